@@ -1,0 +1,22 @@
+# cmake --install lays down the library, its headers, the CMake package and the pkg-config module.
+include(CMakePackageConfigHelpers)
+
+set(BRINDLE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/brindle)
+
+install(TARGETS brindle EXPORT brindle-targets FILE_SET HEADERS)
+install(EXPORT brindle-targets NAMESPACE brindle:: DESTINATION ${BRINDLE_PACKAGE_DIR})
+
+configure_package_config_file(
+  ${CMAKE_CURRENT_LIST_DIR}/brindle-config.cmake.in ${PROJECT_BINARY_DIR}/brindle-config.cmake
+  INSTALL_DESTINATION ${BRINDLE_PACKAGE_DIR} NO_SET_AND_CHECK_MACRO)
+# The interface may still change with every 0.x release.
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/brindle-config-version.cmake COMPATIBILITY SameMinorVersion)
+install(
+  FILES ${PROJECT_BINARY_DIR}/brindle-config.cmake ${PROJECT_BINARY_DIR}/brindle-config-version.cmake
+  DESTINATION ${BRINDLE_PACKAGE_DIR})
+
+# GNUInstallDirs may be given absolute paths; a .pc file then takes them as they are.
+cmake_path(APPEND BRINDLE_PC_LIBDIR "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
+cmake_path(APPEND BRINDLE_PC_INCLUDEDIR "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
+configure_file(${CMAKE_CURRENT_LIST_DIR}/brindle.pc.in ${PROJECT_BINARY_DIR}/brindle.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/brindle.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

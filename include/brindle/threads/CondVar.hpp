@@ -1,0 +1,111 @@
+#pragma once
+
+#include <brindle/Export.hpp>
+
+#include <cstddef>
+#include <pthread.h>
+#include <semaphore.h>
+#include <signal.h> // NOLINT(modernize-deprecated-headers): sigset_t is POSIX, not C++
+#include <vector>
+
+namespace brindle::threads {
+
+/// A condition variable that wakes the waiter of the highest real-time priority first, and tells the
+/// signaller whether anybody was waiting.
+///
+/// Every waiter blocks on a semaphore of its own, so a wake-up is aimed at one thread: wait() returns only
+/// when signal() or broadcast() has released this very call. There are no spurious wake-ups. A signal() that
+/// finds nobody is lost; it tells its caller so.
+///
+/// - Threads: any number. There is no lock inside: all threads that use one CondVar use one mutex with it,
+/// and
+///   hold it in every call of wait(), signal(), broadcast() and waiting().
+/// - Order: by the priority that a thread has under `SCHED_FIFO` or `SCHED_RR` when its wait() begins; every
+///   other policy counts as 0, whatever the nice value, and a later change does not move a waiter. Among
+///   equal priorities the order is fixed but not that of arrival: four equal waiters A, B, C, D leave as A,
+///   C, B, D. No fairness among equals is promised, nor any order in which released threads get the mutex
+///   back.
+/// - Blocking: wait() only, without limit. It is restarted after every interruption.
+/// - Errors: none are reported; `std::bad_alloc` from wait() leaves the caller not queued and the mutex
+/// locked.
+/// - Signals: a handler may call signal() if it can never run on a thread that holds the mutex; see the
+/// second
+///   form of wait(). signal(), broadcast() and waiting() do not allocate.
+/// - Lifetime: the CondVar outlives every thread that waits on it; its destructor wakes nobody. A thread must
+/// not
+///   be cancelled (`pthread_cancel`) while it waits.
+///
+/// @code
+/// // The waiting thread                       // The signalling thread
+/// ScopedLock lock(&mutex);                    ScopedLock lock(&mutex);
+/// while (jobs.empty()) {                      jobs.push_back(job);
+///     arrival.wait(&mutex);                   if (!arrival.signal()) {
+/// }                                               ++unattended;       // all workers are busy
+/// run(jobs.back());                           }
+/// @endcode
+class BRINDLE_EXPORT CondVar {
+public:
+    /// One waiting thread: its priority and the semaphore that it blocks on. Lives in that thread's wait()
+    /// call.
+    class BRINDLE_EXPORT WaitingCondition {
+    public:
+        /// Takes the calling thread's priority, and a semaphore whose first wait() returns at once.
+        WaitingCondition();
+        WaitingCondition(const WaitingCondition&) = delete;
+        WaitingCondition& operator=(const WaitingCondition&) = delete;
+        ~WaitingCondition();
+
+        /// Adds one to the semaphore; the waiter, if it blocks, goes on.
+        void post();
+
+        /// Takes one from the semaphore; blocks while there is none and returns only with it.
+        void wait();
+
+        // Records compare by priority alone: different threads of one priority are equal.
+        bool operator==(const WaitingCondition& other) const { return priority == other.priority; }
+        bool operator!=(const WaitingCondition& other) const { return priority != other.priority; }
+        bool operator<(const WaitingCondition& other) const { return priority < other.priority; }
+        bool operator>(const WaitingCondition& other) const { return priority > other.priority; }
+        bool operator<=(const WaitingCondition& other) const { return priority <= other.priority; }
+        bool operator>=(const WaitingCondition& other) const { return priority >= other.priority; }
+
+    private:
+        int priority;
+        sem_t semaphore;
+    };
+
+    /// Orders pointers to records by priority; as the less-than of a heap it puts the highest in front.
+    struct WaitCondComparison {
+        bool operator()(const WaitingCondition* a, const WaitingCondition* b) const { return *a < *b; }
+    };
+
+    CondVar();
+    CondVar(const CondVar&) = delete;
+    CondVar& operator=(const CondVar&) = delete;
+    ~CondVar();
+
+    /// Queues the caller, gives @p mutex up, blocks until released, and takes @p mutex again.
+    void wait(pthread_mutex_t* mutex);
+
+    /// The same for a caller that holds @p mutex with signals blocked, because their handler takes it too:
+    /// while the caller blocks, and only then, its signal mask is @p maskWhileBlocked. A handler that runs
+    /// before the caller blocks finds it queued, so its signal() is not lost.
+    void wait(pthread_mutex_t* mutex, const sigset_t& maskWhileBlocked);
+
+    /// Releases the waiter of the highest priority. True if there was one, which then returns from wait()
+    /// once it gets the mutex; false if nobody waited, and then nothing has changed.
+    bool signal();
+
+    /// Releases every waiter, in the order in which as many calls of signal() would. True if there was one.
+    bool broadcast();
+
+    /// How many threads are queued and not released yet.
+    std::size_t waiting() const { return waiters.size(); }
+
+private:
+    void enqueue(WaitingCondition& self);
+
+    std::vector<WaitingCondition*> waiters; // a heap; the records belong to the threads that wait
+};
+
+}

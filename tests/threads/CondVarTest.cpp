@@ -1,0 +1,264 @@
+#include "RealCall.hpp"
+
+#include <brindle/threads/CondVar.hpp>
+#include <brindle/threads/ScopedLock.hpp>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <map>
+#include <new>
+#include <numeric>
+#include <optional>
+#include <thread>
+#include <vector>
+
+using brindle::threads::CondVar;
+using brindle::threads::ScopedLock;
+
+namespace {
+
+pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER; // guards what follows, and the CondVar of each test
+std::map<sem_t*, int> waiterOf;
+std::vector<int> released; // waiters in the order of the posts
+
+thread_local int waiterNumber = 0;
+thread_local std::optional<int> pretendedPriority;
+thread_local int failingSemWaits = 0;
+thread_local bool allocationFails = false;
+
+}
+
+// The calls that the library makes pass through here: a test chooses priorities and failures, and sees every
+// post.
+extern "C" {
+
+int pthread_getschedparam(pthread_t thread, int* policy, sched_param* param) noexcept
+{
+    if (!pretendedPriority) {
+        return REAL_CALL(pthread_getschedparam)(thread, policy, param);
+    }
+    *policy = SCHED_FIFO;
+    param->sched_priority = *pretendedPriority;
+    return 0;
+}
+
+int sem_init(sem_t* semaphore, int shared, unsigned value) noexcept
+{
+    if (!allocationFails) {
+        waiterOf[semaphore] = waiterNumber;
+    }
+    return REAL_CALL(sem_init)(semaphore, shared, value);
+}
+
+int sem_post(sem_t* semaphore) noexcept
+{
+    released.push_back(waiterOf[semaphore]);
+    return REAL_CALL(sem_post)(semaphore);
+}
+
+int sem_wait(sem_t* semaphore)
+{
+    if (failingSemWaits > 0) {
+        --failingSemWaits;
+        errno = EAGAIN;
+        return -1;
+    }
+    return REAL_CALL(sem_wait)(semaphore);
+}
+}
+
+void* operator new(std::size_t size)
+{
+    void* memory = allocationFails ? nullptr : std::malloc(size);
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+namespace {
+
+// Starts a thread that waits on the CondVar, and returns once it is queued: it holds the mutex from `holding`
+// until its wait has it in the queue, so whoever gets the mutex after that finds it there.
+std::thread queueWaiter(CondVar& condVar, int number, std::optional<int> priority, int policy = SCHED_OTHER)
+{
+    std::atomic<bool> holding = false;
+    std::thread thread([&condVar, &holding, number, priority, policy] {
+        waiterNumber = number;
+        if (policy == SCHED_OTHER) {
+            pretendedPriority = priority;
+        } else {
+            const sched_param param = {*priority};
+            ASSERT_EQ(0, pthread_setschedparam(pthread_self(), policy, &param));
+        }
+        ScopedLock lock(&mutex);
+        holding = true;
+        condVar.wait(&mutex);
+    });
+    while (!holding) {
+        std::this_thread::yield();
+    }
+    const ScopedLock lock(&mutex);
+    return thread;
+}
+
+enum class By { signals, broadcast };
+
+std::vector<int> releaseOrder(const std::vector<int>& priorities, By by)
+{
+    CondVar condVar;
+    std::vector<std::thread> threads;
+    for (const int priority : priorities) {
+        threads.push_back(queueWaiter(condVar, static_cast<int>(threads.size()), priority));
+    }
+    ScopedLock lock(&mutex);
+    released.clear();
+    EXPECT_EQ(priorities.size(), condVar.waiting());
+    if (by == By::broadcast) {
+        EXPECT_TRUE(condVar.broadcast());
+    }
+    for (std::size_t i = 0; by == By::signals && i < priorities.size(); ++i) {
+        EXPECT_TRUE(condVar.signal());
+    }
+    EXPECT_FALSE(condVar.signal());
+    EXPECT_FALSE(condVar.broadcast());
+    const std::vector<int> order = released;
+    lock.unlock();
+    std::for_each(threads.begin(), threads.end(), [](std::thread& thread) { thread.join(); });
+    return order;
+}
+
+}
+
+TEST(CondVar, ReleasesByPriorityInEveryOrderOfArrival)
+{
+    std::vector<int> priorities = {1, 2, 3, 4, 5};
+    int orders = 0;
+    do {
+        for (const By by : {By::signals, By::broadcast}) {
+            std::vector<int> expected(priorities.size());
+            std::iota(expected.begin(), expected.end(), 0);
+            std::sort(expected.begin(), expected.end(), [&](int a, int b) {
+                return priorities[static_cast<std::size_t>(a)] > priorities[static_cast<std::size_t>(b)];
+            });
+            ASSERT_EQ(expected, releaseOrder(priorities, by)) << testing::PrintToString(priorities);
+        }
+        ++orders;
+    } while (std::next_permutation(priorities.begin(), priorities.end()));
+    EXPECT_EQ(120, orders);
+}
+
+TEST(CondVar, ReleasesTiesInTheHeapsOwnOrder)
+{
+    for (const By by : {By::signals, By::broadcast}) {
+        EXPECT_EQ((std::vector<int>{0, 2, 1, 3}), releaseOrder({7, 7, 7, 7}, by));         // A C B D
+        EXPECT_EQ((std::vector<int>{1, 3, 2, 0, 4}), releaseOrder({5, 10, 5, 10, 1}, by)); // B D C A E
+    }
+}
+
+TEST(CondVar, ReleasesRealTimeThreadsFirst)
+{
+    const sched_param fifo = {10};
+    std::thread probe([] {});
+    const int refused = pthread_setschedparam(probe.native_handle(), SCHED_FIFO, &fifo);
+    probe.join();
+    if (refused == EPERM) {
+        GTEST_SKIP() << "SCHED_FIFO needs root or CAP_SYS_NICE";
+    }
+    CondVar condVar;
+    std::thread threads[] = {queueWaiter(condVar, 0, std::nullopt), queueWaiter(condVar, 1, 10, SCHED_FIFO),
+                             queueWaiter(condVar, 2, 20, SCHED_RR)};
+    {
+        const ScopedLock lock(&mutex);
+        released.clear();
+        EXPECT_TRUE(condVar.broadcast());
+        EXPECT_EQ((std::vector<int>{2, 1, 0}), released);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST(CondVar, ReturnsOncePerSuccessfulSignalUnderARainOfSignals)
+{
+    struct sigaction interrupting = {}; // without SA_RESTART: every semaphore wait that it meets fails
+    interrupting.sa_handler = [](int) {};
+    sigaction(SIGUSR1, &interrupting, nullptr);
+
+    CondVar condVar;
+    int permits = 0;
+    bool over = false;
+    std::atomic<int> running = 4;
+    std::vector<std::thread> waiters;
+    for (int i = 0; i < 4; ++i) {
+        waiters.emplace_back([&] {
+            ScopedLock lock(&mutex);
+            while (!over) {
+                condVar.wait(&mutex);
+                ASSERT_GT(permits--, 0) << "returned without being released";
+            }
+            --running;
+        });
+    }
+    for (int i = 0; i < 20'000; ++i) {
+        pthread_kill(waiters[static_cast<std::size_t>(i % 4)].native_handle(), SIGUSR1);
+        const ScopedLock lock(&mutex);
+        permits += condVar.signal() ? 1 : 0;
+    }
+    while (running > 0) {
+        const ScopedLock lock(&mutex);
+        over = true;
+        permits += condVar.signal() ? 1 : 0;
+    }
+    for (std::thread& waiter : waiters) {
+        waiter.join();
+    }
+    EXPECT_EQ(0, permits);
+}
+
+TEST(WaitingCondition, WaitsAgainWhateverTheFailureSays)
+{
+    CondVar::WaitingCondition record; // made with one token
+    failingSemWaits = 3;
+    record.wait();
+    EXPECT_EQ(0, failingSemWaits);
+}
+
+TEST(WaitingCondition, ComparesByPriorityAlone)
+{
+    for (const int a : {-1, 0, 1, 99}) {
+        for (const int b : {-1, 0, 1, 99}) {
+            pretendedPriority = a;
+            const CondVar::WaitingCondition first;
+            pretendedPriority = b;
+            const CondVar::WaitingCondition second;
+            const bool results[] = {
+                first == second, first != second, first<second, first> second,
+                first <= second, first >= second, CondVar::WaitCondComparison()(&first, &second)};
+            const bool expected[] = {a == b, a != b, a<b, a> b, a <= b, a >= b, a < b};
+            EXPECT_TRUE(std::equal(std::begin(results), std::end(results), expected)) << a << " and " << b;
+        }
+    }
+}
+
+TEST(CondVar, LeavesTheQueueAndTheMutexAloneWhenMemoryRunsOut)
+{
+    CondVar condVar;
+    const ScopedLock lock(&mutex);
+    allocationFails = true;
+    EXPECT_THROW(condVar.wait(&mutex), std::bad_alloc);
+    allocationFails = false;
+    EXPECT_EQ(EBUSY, pthread_mutex_trylock(&mutex));
+    EXPECT_FALSE(condVar.signal());
+}
