@@ -57,9 +57,8 @@ void CondVar::wait(pthread_mutex_t* mutex)
     pthread_mutex_lock(mutex);
 }
 
-void CondVar::wait(pthread_mutex_t* mutex, const sigset_t& maskWhileBlocked)
+void CondVar::wait(pthread_mutex_t* mutex, const sigset_t& maskWhileBlocked, WaitingCondition& self)
 {
-    WaitingCondition self;
     enqueue(self);
     pthread_mutex_unlock(mutex);
     sigset_t callersMask;

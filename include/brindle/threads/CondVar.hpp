@@ -19,7 +19,7 @@ namespace brindle::threads {
 ///
 /// - Threads: any number. There is no lock inside: all threads that use one CondVar use one mutex with it,
 /// and
-///   hold it in every call of wait(), signal(), broadcast() and waiting().
+///   hold it in every call.
 /// - Order: by the priority that a thread has under `SCHED_FIFO` or `SCHED_RR` when its wait() begins; every
 ///   other policy counts as 0, whatever the nice value, and a later change does not move a waiter. Among
 ///   equal priorities the order is fixed but not that of arrival: four equal waiters A, B, C, D leave as A,
@@ -87,10 +87,20 @@ public:
     /// Queues the caller, gives @p mutex up, blocks until released, and takes @p mutex again.
     void wait(pthread_mutex_t* mutex);
 
-    /// The same for a caller that holds @p mutex with signals blocked, because their handler takes it too:
-    /// while the caller blocks, and only then, its signal mask is @p maskWhileBlocked. A handler that runs
-    /// before the caller blocks finds it queued, so its signal() is not lost.
-    void wait(pthread_mutex_t* mutex, const sigset_t& maskWhileBlocked);
+    /// The same for a mutex that a signal handler takes too. Whoever holds such a mutex has those signals
+    /// blocked, and waits for nothing else: neither for malloc nor for the system's thread lists, which the
+    /// interrupted code may hold. So here the caller makes the record before it locks, and gives reserve() a
+    /// turn beforehand.
+    ///
+    /// @param mutex             locked by the caller, with the signals blocked.
+    /// @param maskWhileBlocked  the signal mask for the time that the caller blocks, and only then. A handler
+    /// that
+    ///                          runs before that finds the caller queued, so its signal() is not lost.
+    /// @param self              made by the calling thread for this one call.
+    void wait(pthread_mutex_t* mutex, const sigset_t& maskWhileBlocked, WaitingCondition& self);
+
+    /// Makes room for @p count waiting threads; as long as no more of them wait, wait() does not allocate.
+    void reserve(std::size_t count) { waiters.reserve(count); }
 
     /// Releases the waiter of the highest priority. True if there was one, which then returns from wait()
     /// once it gets the mutex; false if nobody waited, and then nothing has changed.
@@ -101,6 +111,10 @@ public:
 
     /// How many threads are queued and not released yet.
     std::size_t waiting() const { return waiters.size(); }
+
+    /// For the child of a fork, where the threads that waited do not exist: forgets them. Needs no mutex
+    /// there.
+    void forgetWaiters() { waiters.clear(); }
 
 private:
     void enqueue(WaitingCondition& self);

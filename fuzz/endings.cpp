@@ -1,0 +1,285 @@
+// Does a process always end, and with the right status, whatever the timing of the requests to end it?
+//
+//   endings ROAD [FIRST_SEED]
+//
+// Starts child processes that end on the named road, each with other random pauses, and says how they ended.
+// How many: BRINDLE_STRESS_CHILDREN, by default 100. Status 0: all ended as they should. A child's statuses
+// besides those of its road: 96, a forked grandchild went wrong; 97, HasApplicationTerminated was wrong; 98,
+// errno was disturbed; killed by signal 14: it hung.
+
+#include <brindle/Application.hpp>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+#include <initializer_list>
+#include <iostream>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+using brindle::Application;
+
+namespace {
+
+constexpr unsigned SECONDS_TO_A_HANG = 60;
+constexpr std::size_t AT_ONCE = 24;
+
+std::atomic<unsigned> seed = 0;
+
+void pauseAtRandom()
+{
+    thread_local std::minstd_rand random(++seed);
+    std::this_thread::sleep_for(
+        std::chrono::microseconds(std::uniform_int_distribution<int>(0, 200)(random)));
+}
+
+template <typename Action>
+pthread_t inBackground(Action action)
+{
+    std::thread thread(action);
+    const pthread_t id = thread.native_handle();
+    thread.detach();
+    return id;
+}
+
+using Aim = std::function<void(int)>;
+
+void atProcess(int signal)
+{
+    kill(getpid(), signal);
+}
+
+Aim at(pthread_t thread)
+{
+    return [thread](int signal) { pthread_kill(thread, signal); };
+}
+
+// One signal after the other until the process is gone.
+void rain(const std::vector<int>& signals, const Aim& send)
+{
+    inBackground([signals, send] {
+        for (std::size_t i = 0;; ++i) {
+            pauseAtRandom();
+            send(signals[i % signals.size()]);
+        }
+    });
+}
+
+const std::vector<int> BOTH = {SIGINT, SIGTERM};
+
+void requestExit(int code)
+{
+    inBackground([code] {
+        pauseAtRandom();
+        Application::app().exit(code);
+    });
+}
+
+int waitInLoop(bool signalsCame)
+{
+    const int code = Application::app().runEventLoop();
+    return Application::HasApplicationTerminated == signalsCame ? code : 97;
+}
+
+int bySignal(int signal)
+{
+    rain({signal}, atProcess);
+    return waitInLoop(true);
+}
+
+[[noreturn]] void watchErrno()
+{
+    volatile int* const location = &errno;
+    *location = 4711;
+    while (*location == 4711) {
+    }
+    _exit(98);
+}
+
+[[noreturn]] void allocate()
+{
+    while (true) {
+        void* volatile block = std::malloc(3000);
+        std::free(block);
+    }
+}
+
+int byBothSignals()
+{
+    rain(BOTH, atProcess);
+    rain(BOTH, at(pthread_self()));
+    rain(BOTH, at(inBackground(watchErrno)));
+    rain(BOTH, at(inBackground(allocate)));
+    rain(BOTH, at(inBackground([] { Application::app().exit(132); }))); // signals inside its attempts
+    pauseAtRandom();
+    return Application::app().runEventLoop();
+}
+
+int byWorkers()
+{
+    requestExit(3);
+    requestExit(3);
+    requestExit(3);
+    return waitInLoop(false);
+}
+
+int byExitBeforeTheLoop()
+{
+    std::atomic<bool> calling = false;
+    inBackground([&calling] {
+        calling = true;
+        Application::app().exit(4);
+    });
+    while (!calling) {
+        std::this_thread::yield();
+    }
+    pauseAtRandom();
+    return waitInLoop(false);
+}
+
+int withSignalsOnTheWayDown()
+{
+    requestExit(5);
+    const int code = waitInLoop(false);
+    rain(BOTH, atProcess);
+    rain(BOTH, at(pthread_self()));
+    requestExit(9); // finds nobody, and then not even the record
+    pauseAtRandom();
+    return code;
+}
+
+int afterASignalThatNobodyWaitedFor()
+{
+    std::raise(SIGINT);
+    requestExit(6);
+    return waitInLoop(true);
+}
+
+int bySomebodyElsesExit()
+{
+    rain(BOTH, atProcess);
+    inBackground([] {
+        pauseAtRandom();
+        std::exit(8);
+    });
+    while (true) {
+        Application::app().runEventLoop(); // entered, left and asleep while the record goes
+    }
+}
+
+int afterForks()
+{
+    for (int i = 0; i < 3; ++i) {
+        rain(BOTH, at(inBackground([] { pause(); })));
+    }
+    for (int i = 0; i < 5; ++i) {
+        const pid_t grandchild = fork();
+        if (grandchild == 0) {
+            alarm(SECONDS_TO_A_HANG);
+            std::raise(SIGINT);
+            std::exit(0);
+        }
+        int status = -1;
+        waitpid(grandchild, &status, 0);
+        if (status != 0) {
+            return 96;
+        }
+    }
+    return 7;
+}
+
+// The application's record is destroyed between two of these, so the signals meet every stage of the way
+// down.
+struct SlowToDestroy {
+    ~SlowToDestroy() { std::this_thread::sleep_for(std::chrono::microseconds(500)); }
+} destroyedAfterTheApplication;
+
+using Road = std::function<int()>;
+
+[[noreturn]] void endOn(const Road& road)
+{
+    alarm(SECONDS_TO_A_HANG);
+    int argc = 0;
+    char* argv[] = {nullptr};
+    if (Application::app().init(&argc, argv, nullptr) != 0) {
+        std::exit(EXIT_FAILURE);
+    }
+    static const SlowToDestroy destroyedBeforeTheApplication;
+    std::exit(road());
+}
+
+struct Kind {
+    Road road;
+    std::set<int> statuses;
+};
+
+const std::map<std::string, Kind> ROADS = {
+    {"sigint", {[] { return bySignal(SIGINT); }, {132}}},
+    {"sigterm", {[] { return bySignal(SIGTERM); }, {145}}},
+    {"both-signals", {byBothSignals, {132, 145}}},
+    {"exit-by-workers", {byWorkers, {3}}},
+    {"exit-before-loop", {byExitBeforeTheLoop, {4}}},
+    {"signals-on-the-way-down", {withSignalsOnTheWayDown, {5}}},
+    {"signal-before-loop", {afterASignalThatNobodyWaitedFor, {6}}},
+    {"exit-of-the-process", {bySomebodyElsesExit, {8}}},
+    {"fork", {afterForks, {7}}},
+};
+
+// The number of children that did not end as they should.
+int fuzz(const Kind& kind, unsigned firstSeed, unsigned children)
+{
+    int wrong = 0;
+    unsigned started = 0;
+    std::map<pid_t, unsigned> running; // to their seeds
+    while (started < children || !running.empty()) {
+        if (started < children && running.size() < AT_ONCE) {
+            seed = firstSeed + started++;
+            const pid_t child = fork();
+            if (child == 0) {
+                endOn(kind.road);
+            }
+            running[child] = seed;
+            continue;
+        }
+        int status = 0;
+        const pid_t ended = wait(&status);
+        if (!WIFEXITED(status) || kind.statuses.count(WEXITSTATUS(status)) == 0) {
+            ++wrong;
+            std::cout << "seed " << running[ended]
+                      << (WIFEXITED(status) ? ": status " + std::to_string(WEXITSTATUS(status))
+                                            : ": killed by signal " + std::to_string(WTERMSIG(status)))
+                      << std::endl;
+        }
+        running.erase(ended);
+    }
+    return wrong;
+}
+
+}
+
+int main(int argc, char** argv)
+{
+    const auto named = argc > 1 ? ROADS.find(argv[1]) : ROADS.end();
+    if (named == ROADS.end()) {
+        std::cerr << "usage: endings ROAD [FIRST_SEED], where ROAD is one of";
+        for (const auto& road : ROADS) {
+            std::cerr << " " << road.first;
+        }
+        std::cerr << std::endl;
+        return 2;
+    }
+    const char* wanted = std::getenv("BRINDLE_STRESS_CHILDREN");
+    const unsigned children = wanted != nullptr ? static_cast<unsigned>(std::stoul(wanted)) : 100;
+    const unsigned firstSeed = argc > 2 ? static_cast<unsigned>(std::stoul(argv[2])) : 1;
+    const int wrong = fuzz(named->second, firstSeed, children);
+    std::cout << named->first << ": " << children << " children, " << wrong << " ended wrongly" << std::endl;
+    return wrong == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}

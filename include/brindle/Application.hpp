@@ -1,0 +1,150 @@
+#pragma once
+
+#include <brindle/Export.hpp>
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+namespace brindle {
+
+class Option;
+
+/// The frame of a program that starts, keeps running, and ends only when told to. There is one per process.
+///
+/// - Threads: one thread, normally the main one, calls app(), init(), parseArg(), printHelp() and
+/// runEventLoop().
+///   Any thread may call exit(), appPath() and appPrefix(), and read HasApplicationTerminated.
+/// - Blocking: runEventLoop() until an exit request; exit() until the loop has taken the request, at most
+/// about
+///   20 s.
+/// - Errors: statuses, as each function says. Messages are whole lines on standard error. Only
+/// `std::bad_alloc`
+///   is thrown.
+/// - Signals: from init() on, SIGINT and SIGTERM end the event loop. They may come at any time, together,
+/// again
+///   and again, aimed at the process or at a thread: none waits for ever, none is lost while the loop waits,
+///   and the interrupted code keeps its `errno`. One that comes before the loop waits only sets
+///   HasApplicationTerminated. Both signals are blocked in a thread for the moments in which it is inside
+///   exit() or runEventLoop() with the lock held.
+/// - fork: may be called at any time after init(). A child that does not exec starts with an event loop in
+/// which
+///   nobody waits.
+/// - Lifetime: made by the first app(), destroyed at process exit. Signals and exit() stay harmless after
+/// that.
+///
+/// @code
+/// int main(int argc, char** argv)
+/// {
+///     Application& app = Application::app();
+///     Option help("help", 'h', false, "Show this help text.");
+///     std::vector<Option*> options = {&help};
+///     if (app.init(&argc, argv, &options) != 0) {
+///         return 1;                                   // init() has said why
+///     }
+///     int result = 0;
+///     while ((result = app.parseArg()) == 0) {
+///     }
+///     if (result == 1) {
+///         return app.printHelp(true);                 // the parser has said what was wrong
+///     }
+///     if (help.isSet()) {
+///         return app.printHelp(false);
+///     }
+///     std::thread([] { work(); Application::app().exit(0); }).detach();
+///     return app.runEventLoop();
+/// }
+/// @endcode
+class BRINDLE_EXPORT Application {
+public:
+    /// The private state, defined inside the library.
+    class BRINDLE_EXPORT ApplicationImpl;
+
+    /// The process's one application.
+    static Application& app();
+
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    /// Releases the two help texts at process exit.
+    ~Application();
+
+    /// Starts APR, prepares the parser, and installs the handlers of SIGINT and SIGTERM. Call it once, before
+    /// any other thread exists that uses the application.
+    ///
+    /// @param argumentCount  main's argc, by address.
+    /// @param arguments      main's argv; not copied here, not changed.
+    /// @param options        the options to parse and to show in the help, none of them null; see Option for
+    /// how
+    ///                       long they must live. Null: nothing is parsed.
+    /// @return 0, or what the failed step returned: an APR status, or a non-zero `atexit` result. One line on
+    ///         standard error has named it then, no handler is installed, and the program should end.
+    int init(int* argumentCount, char** arguments, std::vector<Option*>* options);
+
+    /// Handles the next option on the command line: marks it set, stores its argument, calls its
+    /// handleOption().
+    ///
+    /// @return what handleOption() returned (0: go on);
+    ///         −1 when there are no more options: the words are used up, or the next one is an operand, or
+    ///         "--"; also when init() was given no options; 1 when the word is wrong (unknown, or an argument
+    ///         missing or not wanted): the parser has said so on standard error, and no option was touched;
+    ///         any other APR status below APR_BADCH, should the parser ever return one.
+    ///
+    /// Stop at the first 1: the parser does not move past an error inside a group of letters ("-axz" with an
+    /// unknown x), so to go on may be to get the same 1 for ever.
+    ///
+    /// Options come before operands: with "-v file -x" the "-x" is never looked at.
+    int parseArg();
+
+    /// Writes the usage text, one row per option in the order of the list, to standard output, or to standard
+    /// error if @p error. Leaves the stream's adjustment at left.
+    ///
+    /// @return what main may return: 2 if @p error, else 0.
+    int printHelp(bool error);
+
+    /// What follows the program's name on the usage line. Copied.
+    void setForeword(const std::string& text);
+
+    /// What stands below the option rows. Copied.
+    void setAfterword(const std::string& text);
+
+    /// The full path of the running executable, of any length, from /proc/self/exe (see proc(5)); empty,
+    /// after two lines on standard error, if that cannot be read. Needs no init().
+    std::string appPath() const;
+
+    /// The part of appPath() in front of its first component equal to @p name, slashes in which do not count:
+    /// for /opt/demo/bin/prog, "bin" gives "/opt/demo/", and so does "/bin/". The whole path and "/" if no
+    /// component matches. Always begins and ends with "/"; just "/" if there is no path.
+    std::string appPrefix(std::string name) const;
+
+    /// Blocks until the first exit request or signal that finds it waiting, and returns the exit code: that
+    /// of exit(), 132 after SIGINT, 145 after SIGTERM; the last one stored if several come at once. May be
+    /// called again, for a new request. Needs a successful init(). While another thread ends the process, it
+    /// just waits for that.
+    int runEventLoop();
+
+    /// Asks the event loop to end with @p code, from another thread. Returns once the loop has been released,
+    /// which is at once if it waits. If it does not, tries again every 200 ms, up to 100 times, then says so
+    /// on standard error and ends the process with status 1. Needs a successful init().
+    ///
+    /// One request ends one runEventLoop(). A second one that comes too late finds nobody and keeps trying
+    /// while the program shuts down; so do not join a thread that may still be inside exit(): detach it and
+    /// return from main. Once the application has been destroyed at process exit, exit() returns without
+    /// effect.
+    void exit(int code);
+
+    /// Whether SIGINT or SIGTERM has come since the start; already true when runEventLoop() returns because
+    /// of one. Set by the signal handler only, never by exit().
+    static std::atomic<bool> HasApplicationTerminated;
+
+private:
+    Application();
+
+    ApplicationImpl& appImpl;
+    int* argc = nullptr;
+    char** argv = nullptr;
+    std::string foreword;
+    std::string afterword;
+};
+
+}

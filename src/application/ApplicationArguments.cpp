@@ -1,0 +1,50 @@
+#include "application/ApplicationImpl.hpp"
+
+#include <brindle/Option.hpp>
+
+#include <algorithm>
+#include <apr_errno.h>
+
+namespace brindle {
+
+namespace {
+
+constexpr int NO_MORE_OPTIONS = -1;
+constexpr int WRONG_WORD = 1;
+
+int resultOf(apr_status_t failure)
+{
+    if (failure == APR_BADCH || failure == APR_BADARG) {
+        return WRONG_WORD;
+    }
+    return failure >= APR_EOF ? NO_MORE_OPTIONS : failure;
+}
+
+}
+
+int Application::parseArg()
+{
+    if (appImpl.getoptState == nullptr) {
+        return NO_MORE_OPTIONS;
+    }
+    int code = 0;
+    const char* argument = nullptr;
+    const apr_status_t status = apr_getopt_long(appImpl.getoptState, appImpl.optionTable, &code, &argument);
+    if (status != APR_SUCCESS) {
+        return resultOf(status);
+    }
+    const std::vector<Option*>& options = *appImpl.optionList;
+    const auto found = std::find_if(options.begin(), options.end(),
+                                    [code](const Option* option) { return option->shortOption == code; });
+    if (found == options.end()) {
+        return WRONG_WORD; // the program has changed the list since init()
+    }
+    Option& option = **found;
+    option.wasSet = true;
+    if (argument != nullptr) {
+        option.argumentText = argument;
+    }
+    return option.handleOption();
+}
+
+}

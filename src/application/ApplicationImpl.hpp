@@ -1,0 +1,55 @@
+#pragma once
+
+#include <brindle/Application.hpp>
+#include <brindle/UniquePtr.hpp>
+#include <brindle/threads/CondVar.hpp>
+
+#include <apr_general.h>
+#include <apr_getopt.h>
+#include <pthread.h>
+
+namespace brindle {
+
+/// The application's one record: what start-up makes, and what an exit request and the event loop share.
+///
+/// - Threads: exitCode and condVar are used only with the mutex held; a thread holds the mutex only while
+/// SIGINT and
+///   SIGTERM are blocked in it, and only inside the recordGate. The rest belongs to the thread that calls
+///   init().
+/// - Lifetime: built by the first impl(), destroyed at process exit.
+class BRINDLE_EXPORT Application::ApplicationImpl {
+public:
+    static ApplicationImpl& impl();
+
+    /// The exit handler that init() registers: ends the process's use of APR.
+    static void cleanApr();
+
+    /// One exit request. True if it released the loop, or if the record is gone and there is nobody left to
+    /// ask.
+    static bool tryExit(int code);
+
+    /// The handler of SIGINT and SIGTERM: one exit request with the signal's number plus 130.
+    static void application_exit_signal(int signum);
+
+    ApplicationImpl(const ApplicationImpl&) = delete;
+    ApplicationImpl& operator=(const ApplicationImpl&) = delete;
+    ~ApplicationImpl();
+
+    /// Makes the option table and the parser.
+    apr_status_t prepareParser(int argc, char** argv, std::vector<Option*>& options);
+
+    apr_pool_t* pool = nullptr;                 // APR's; goes with apr_terminate
+    apr_getopt_t* getoptState = nullptr;        // lives in the pool
+    apr_getopt_option_t* optionTable = nullptr; // owned
+    std::vector<Option*>* optionList = nullptr; // the program's
+    UniquePtr<threads::CondVar> condVar;
+    UniquePtr<pthread_mutex_t> mutex;
+    int exitCode = 0;
+
+private:
+    ApplicationImpl();
+
+    bool isInUse() const;
+};
+
+}

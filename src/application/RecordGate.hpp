@@ -1,0 +1,66 @@
+#pragma once
+
+#include <atomic>
+
+namespace brindle {
+
+/// Decides who may use the application's record, and lets its destructor wait until nobody does.
+///
+/// Signals and threads go on while the process ends, and the record is gone before they are. So whoever uses
+/// the record enters the gate first; the destructor closes it and frees nothing while anybody is inside.
+///
+/// - Threads: any, and signal handlers: one lock-free atomic, so that no thread can miss the closing and
+/// enter.
+/// - Lifetime: static storage and no destructor; the gate works until the last instruction of the process.
+class RecordGate {
+public:
+    /// True: the caller is inside and leaves when done. False: the gate is closed and the record may be gone.
+    bool enter()
+    {
+        if ((state.fetch_add(1) & CLOSED) == 0) {
+            return true;
+        }
+        leave();
+        return false;
+    }
+
+    void leave() { state.fetch_sub(1); }
+
+    /// Lets nobody in from now on.
+    void close() { state.fetch_or(CLOSED); }
+
+    /// How many are inside; for a moment also those who are being turned away.
+    unsigned inside() const { return state.load() & ~CLOSED; }
+
+    /// For the child of a fork, in which all other threads have ceased to exist wherever they were.
+    void forgetEverybody() { state.fetch_and(CLOSED); }
+
+    /// Enters at the start of a scope and leaves at its end; false where the gate was closed.
+    class Pass {
+    public:
+        explicit Pass(RecordGate& entered) : gate(entered), valid(entered.enter()) {}
+        Pass(const Pass&) = delete;
+        Pass& operator=(const Pass&) = delete;
+        ~Pass()
+        {
+            if (valid) {
+                gate.leave();
+            }
+        }
+        explicit operator bool() const { return valid; }
+
+    private:
+        RecordGate& gate;
+        const bool valid;
+    };
+
+private:
+    static constexpr unsigned CLOSED = 1U << 31;
+
+    std::atomic<unsigned> state = 0; // the closed bit, and how many are inside
+    static_assert(std::atomic<unsigned>::is_always_lock_free, "a signal handler enters the gate");
+};
+
+inline RecordGate recordGate;
+
+}

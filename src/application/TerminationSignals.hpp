@@ -1,0 +1,29 @@
+#pragma once
+
+#include <csignal>
+
+namespace brindle {
+
+/// SIGINT and SIGTERM: the signals that end a program politely.
+sigset_t terminationSignals();
+
+/// Blocks SIGINT and SIGTERM in the calling thread until the end of the scope.
+///
+/// Whoever locks the application mutex blocks them first, so the handler never runs on a thread that holds
+/// it. The handler does the same, because `signal` blocks only the one being handled and the other would
+/// nest.
+class TerminationSignalsBlocked {
+public:
+    TerminationSignalsBlocked();
+    TerminationSignalsBlocked(const TerminationSignalsBlocked&) = delete;
+    TerminationSignalsBlocked& operator=(const TerminationSignalsBlocked&) = delete;
+    ~TerminationSignalsBlocked();
+
+    /// The thread's mask outside the scope.
+    const sigset_t& previousMask() const { return previous; }
+
+private:
+    sigset_t previous;
+};
+
+}

@@ -1,0 +1,129 @@
+#include <brindle/Application.hpp>
+#include <brindle/Option.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <iostream>
+#include <unistd.h>
+
+using brindle::Application;
+using brindle::Option;
+
+namespace {
+
+std::string executable = "/usr/local/bin/demo"; // empty: cannot be read
+
+}
+
+extern "C" ssize_t readlink(const char*, char* buffer, size_t size) noexcept
+{
+    errno = executable.empty() ? ENOENT : errno;
+    const size_t length = std::min(size, executable.size());
+    std::memcpy(buffer, executable.data(), length);
+    return executable.empty() ? -1 : static_cast<ssize_t>(length);
+}
+
+namespace {
+
+constexpr const char* LOCATION_UNKNOWN =
+    "Failed to determine location of this binary, is /proc mounted?\nError was: No such file or directory\n";
+
+std::string help(bool error, int expectedResult)
+{
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(expectedResult, Application::app().printHelp(error));
+    const std::string output = testing::internal::GetCapturedStdout();
+    const std::string errors = testing::internal::GetCapturedStderr();
+    EXPECT_EQ("", error ? output : errors);
+    return error ? errors : output;
+}
+
+}
+
+TEST(Help, ShowsEveryOptionInOrderAsItsDescriptionIsNow)
+{
+    Application& app = Application::app();
+    EXPECT_EQ("Usage: demo \n\n\n\n", help(false, 0));
+
+    Option showHelp("help", 'h', false, "Show this help text.");
+    Option retries("retries", 'r', true, "Number of retries. ");
+    Option verbose("verbose", 256, false, "More output.");
+    Option quiet("", 'q', false, "Quiet.");
+    std::vector<Option*> options = {&showHelp, &retries, &verbose, &quiet};
+    int argc = 0;
+    char* argv[] = {nullptr};
+    ASSERT_EQ(0, app.init(&argc, argv, &options));
+    app.setForeword("[options] file");
+    app.setAfterword("Files are read in order.");
+    retries.setDefault("3");
+    const std::string expected = "Usage: demo [options] file\n"
+                                 "\n"
+                                 "  -h, --help     Show this help text.\n"
+                                 "  -r, --retries  Number of retries. Default: 3\n"
+                                 "  --verbose      More output.\n"
+                                 "  -q             Quiet.\n"
+                                 "\n"
+                                 "Files are read in order.\n";
+    EXPECT_EQ(expected, help(false, 0));
+    EXPECT_EQ(expected, help(true, 2));
+    EXPECT_EQ("3", retries.argument());
+    EXPECT_FALSE(retries.isSet());
+
+    Option nameless("", 256, false, "Only\nparsed.");
+    options = {&nameless, &quiet};
+    quiet.setDefault("");
+    EXPECT_EQ("Usage: demo [options] file\n\n      Only\nparsed.\n  -q  Quiet.Default: \n\nFiles are read in "
+              "order.\n",
+              help(false, 0));
+    options.clear();
+    executable = "";
+    EXPECT_EQ(LOCATION_UNKNOWN + std::string("Usage:  [options] file\n\n\nFiles are read in order.\n"),
+              help(true, 2));
+}
+
+TEST(Paths, CutInFrontOfTheFirstMatchingComponent)
+{
+    const Application& app = Application::app();
+    struct Row {
+        const char* path;
+        const char* name;
+        const char* prefix;
+    };
+    const Row rows[] = {
+        {"/opt/demo/bin/prog", "bin", "/opt/demo/"},
+        {"/opt/demo/bin/prog", "/bin/", "/opt/demo/"},
+        {"/opt/demo/bin/prog", "prog", "/opt/demo/bin/"},
+        {"/opt/demo/bin/prog", "opt", "/"},
+        {"/opt/demo/bin/prog", "lib", "/opt/demo/bin/prog/"},
+        {"/opt/demo/bin/prog", "", "/opt/demo/bin/prog/"},
+        {"/opt/demo/bin/prog", "demo/bin", "/opt/demo/bin/prog/"},
+        {"/opt/demo/bin/prog", "Bin", "/opt/demo/bin/prog/"},
+        {"/opt/demo/bin/prog", "pro", "/opt/demo/bin/prog/"},
+        {"/opt/bin/demo/bin/prog", "bin", "/opt/"},
+        {"/prog", "prog", "/"},
+    };
+    for (const Row& row : rows) {
+        executable = row.path;
+        EXPECT_EQ(row.path, app.appPath());
+        EXPECT_EQ(row.prefix, app.appPrefix(row.name)) << row.name;
+    }
+}
+
+TEST(Paths, AreWholeAtAnyLengthAndEmptyWhenUnknown)
+{
+    const Application& app = Application::app();
+    for (const std::size_t length : {126U, 127U, 128U, 129U, 255U, 256U, 257U, 4095U}) {
+        executable = "/" + std::string(length - 1, 'x');
+        EXPECT_EQ(executable, app.appPath());
+    }
+    executable = "";
+    testing::internal::CaptureStderr();
+    EXPECT_EQ("", app.appPath());
+    EXPECT_EQ(LOCATION_UNKNOWN, testing::internal::GetCapturedStderr());
+    testing::internal::CaptureStderr();
+    EXPECT_EQ("/", app.appPrefix("bin"));
+    EXPECT_EQ(LOCATION_UNKNOWN, testing::internal::GetCapturedStderr());
+}
