@@ -15,8 +15,9 @@ install(
   FILES ${PROJECT_BINARY_DIR}/brindle-config.cmake ${PROJECT_BINARY_DIR}/brindle-config-version.cmake
   DESTINATION ${BRINDLE_PACKAGE_DIR})
 
-# GNUInstallDirs may be given absolute paths; a .pc file then takes them as they are.
-cmake_path(APPEND BRINDLE_PC_LIBDIR "\${prefix}" ${CMAKE_INSTALL_LIBDIR})
-cmake_path(APPEND BRINDLE_PC_INCLUDEDIR "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
+# The prefix is found from where the .pc file lies, so that --prefix at install time needs no new configuration.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} OUTPUT_VARIABLE BRINDLE_LIBDIR)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+  OUTPUT_VARIABLE BRINDLE_PC_TO_PREFIX)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/brindle.pc.in ${PROJECT_BINARY_DIR}/brindle.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/brindle.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -37,8 +37,7 @@ std::atomic<unsigned> seed = 0;
 void pauseAtRandom()
 {
     thread_local std::minstd_rand random(++seed);
-    std::this_thread::sleep_for(
-        std::chrono::microseconds(std::uniform_int_distribution<int>(0, 200)(random)));
+    std::this_thread::sleep_for(std::chrono::microseconds(std::uniform_int_distribution<int>(0, 200)(random)));
 }
 
 template <typename Action>

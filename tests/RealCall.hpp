@@ -10,4 +10,4 @@ Function* realCall(Function*, const char* name)
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
-#define REAL_CALL(name) realCall(&name, #name)
+#define REAL_CALL(name) realCall(&(name), #name)

@@ -13,25 +13,16 @@ class Option;
 /// The frame of a program that starts, keeps running, and ends only when told to. There is one per process.
 ///
 /// - Threads: one thread, normally the main one, calls app(), init(), parseArg(), printHelp() and
-/// runEventLoop().
-///   Any thread may call exit(), appPath() and appPrefix(), and read HasApplicationTerminated.
-/// - Blocking: runEventLoop() until an exit request; exit() until the loop has taken the request, at most
-/// about
-///   20 s.
-/// - Errors: statuses, as each function says. Messages are whole lines on standard error. Only
-/// `std::bad_alloc`
-///   is thrown.
-/// - Signals: from init() on, SIGINT and SIGTERM end the event loop. They may come at any time, together,
-/// again
-///   and again, aimed at the process or at a thread: none waits for ever, none is lost while the loop waits,
-///   and the interrupted code keeps its `errno`. One that comes before the loop waits only sets
-///   HasApplicationTerminated. Both signals are blocked in a thread for the moments in which it is inside
-///   exit() or runEventLoop() with the lock held.
-/// - fork: may be called at any time after init(). A child that does not exec starts with an event loop in
-/// which
-///   nobody waits.
-/// - Lifetime: made by the first app(), destroyed at process exit. Signals and exit() stay harmless after
-/// that.
+///   runEventLoop(). Any thread may call exit(), appPath() and appPrefix(), and read HasApplicationTerminated.
+/// - Blocking: runEventLoop() until an exit request; exit() until the loop has taken it, at most about 20 s.
+/// - Errors: statuses, as each function says. Messages are whole lines on standard error. Nothing but
+///   `std::bad_alloc` is thrown.
+/// - Signals: from init() on, SIGINT and SIGTERM end the event loop. They may come at any time, together, again
+///   and again, aimed at the process or at one thread: none is lost while the loop waits, none makes anything
+///   hang, and the interrupted code keeps its `errno`. One that comes while no loop waits only sets
+///   HasApplicationTerminated. No function but HasApplicationTerminated is for signal handlers of the program.
+/// - fork: allowed at any time. Nobody waits in the child's event loop.
+/// - Lifetime: made by the first app(), destroyed at process exit. Signals and exit() are harmless after that.
 ///
 /// @code
 /// int main(int argc, char** argv)
@@ -58,7 +49,7 @@ class Option;
 class BRINDLE_EXPORT Application {
 public:
     /// The private state, defined inside the library.
-    class BRINDLE_EXPORT ApplicationImpl;
+    class ApplicationImpl;
 
     /// The process's one application.
     static Application& app();
@@ -74,26 +65,27 @@ public:
     ///
     /// @param argumentCount  main's argc, by address.
     /// @param arguments      main's argv; not copied here, not changed.
-    /// @param options        the options to parse and to show in the help, none of them null; see Option for
-    /// how
-    ///                       long they must live. Null: nothing is parsed.
+    /// @param options        the options to parse and to show in the help, none of them null. See Option for
+    ///                       how long they must live. Null: nothing is parsed.
     /// @return 0, or what the failed step returned: an APR status, or a non-zero `atexit` result. One line on
     ///         standard error has named it then, no handler is installed, and the program should end.
     int init(int* argumentCount, char** arguments, std::vector<Option*>* options);
 
-    /// Handles the next option on the command line: marks it set, stores its argument, calls its
-    /// handleOption().
+    /// Takes the next option from the command line: marks it set, stores its argument, calls its
+    /// Option::handleOption().
     ///
-    /// @return what handleOption() returned (0: go on);
-    ///         −1 when there are no more options: the words are used up, or the next one is an operand, or
-    ///         "--"; also when init() was given no options; 1 when the word is wrong (unknown, or an argument
-    ///         missing or not wanted): the parser has said so on standard error, and no option was touched;
-    ///         any other APR status below APR_BADCH, should the parser ever return one.
+    /// @return - what handleOption() returned; 0 means: go on;
+    ///         - −1 when no option is left: the words are used up, the next one is an operand, or it is "--";
+    ///           also when init() was given no options;
+    ///         - 1 when the next word is wrong: it is unknown, or an argument is missing or not wanted. The
+    ///           parser has said so on standard error, and no option was touched;
+    ///         - any other APR status below APR_BADCH (70012), should the parser ever return one.
     ///
-    /// Stop at the first 1: the parser does not move past an error inside a group of letters ("-axz" with an
-    /// unknown x), so to go on may be to get the same 1 for ever.
+    /// Stop at the first 1: the parser does not move past an error inside a group of letters, so with "-axz"
+    /// and an unknown x every further call returns the same 1.
     ///
-    /// Options come before operands: with "-v file -x" the "-x" is never looked at.
+    /// Options come before operands: in "-v file -x" the "-x" is not looked at. The program reads its operands
+    /// from its own argv.
     int parseArg();
 
     /// Writes the usage text, one row per option in the order of the list, to standard output, or to standard
@@ -119,22 +111,24 @@ public:
 
     /// Blocks until the first exit request or signal that finds it waiting, and returns the exit code: that
     /// of exit(), 132 after SIGINT, 145 after SIGTERM; the last one stored if several come at once. May be
-    /// called again, for a new request. Needs a successful init(). While another thread ends the process, it
-    /// just waits for that.
+    /// called again, for a new request. Needs a successful init(). While another thread is ending the process,
+    /// no request can come any more, and it just waits.
+    ///
+    /// A signal that came before is not remembered here: a program with a long start looks at
+    /// HasApplicationTerminated first, or has a worker look at it now and then.
     int runEventLoop();
 
-    /// Asks the event loop to end with @p code, from another thread. Returns once the loop has been released,
-    /// which is at once if it waits. If it does not, tries again every 200 ms, up to 100 times, then says so
-    /// on standard error and ends the process with status 1. Needs a successful init().
+    /// Asks the event loop to end with @p code, from another thread. Returns once a waiting loop has been
+    /// released, normally at once. While none waits, tries again every 200 ms, up to 100 times, then says so on
+    /// standard error and ends the process with status 1. Needs a successful init().
     ///
-    /// One request ends one runEventLoop(). A second one that comes too late finds nobody and keeps trying
-    /// while the program shuts down; so do not join a thread that may still be inside exit(): detach it and
-    /// return from main. Once the application has been destroyed at process exit, exit() returns without
-    /// effect.
+    /// One request ends one runEventLoop(). A further one finds nobody and keeps trying while the program goes
+    /// down, so do not join a thread that may be inside exit(): detach it, and return from main. Once the
+    /// application has been destroyed, exit() returns without effect.
     void exit(int code);
 
-    /// Whether SIGINT or SIGTERM has come since the start; already true when runEventLoop() returns because
-    /// of one. Set by the signal handler only, never by exit().
+    /// Whether SIGINT or SIGTERM has come; already true when runEventLoop() returns because of one. Set by the
+    /// signal handler only, never by exit().
     static std::atomic<bool> HasApplicationTerminated;
 
 private:

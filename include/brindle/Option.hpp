@@ -36,14 +36,13 @@ namespace brindle {
 /// @endcode
 class BRINDLE_EXPORT Option {
 public:
-    /// @param longName     the name typed after "--", without it; may be empty: no long form.
-    /// @param code         what parsing tells options apart by, so each needs its own. 1 to 255 is also the
-    ///                     character typed after "-"; an option with a long form only takes 256 or more. Not
-    ///                     0.
-    /// @param takesArgument whether a value follows: joined to the letter, after "=", or as the next word.
-    /// @param helpText     what Application::printHelp() shows beside the option. End it with ". " if it is
-    /// to be
-    ///                     followed by a default.
+    /// @param longName       the name typed after "--", without it; empty: no long form.
+    /// @param code           what parsing tells options apart by, so each needs its own; never 0. From 1 to 255
+    ///                       it is also the character typed after "-" (above 127 the parser finds it only where
+    ///                       `char` is unsigned). From 256 up there is no short form.
+    /// @param takesArgument  whether a value follows: joined to the letter, after "=", or as the next word.
+    /// @param helpText       what Application::printHelp() shows beside the option. End it with a blank if a
+    ///                       default is to follow.
     Option(std::string longName, int code, bool takesArgument, std::string helpText);
 
     Option(const Option&) = delete;
@@ -66,8 +65,7 @@ public:
     std::string argument() const;
 
     /// Makes @p value the argument until the command line gives one, and appends "Default: " and the value to
-    /// the help text as it stands, without anything in between. Also after init(), as long as no help is
-    /// printed.
+    /// the help text as it stands, with nothing in between.
     void setDefault(std::string value);
 
 protected:

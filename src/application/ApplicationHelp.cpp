@@ -17,11 +17,11 @@ constexpr int STATUS_OF_BAD_USAGE = 2;
 
 std::string leftColumn(int shortOption, const std::string& name)
 {
-    const std::string longForm = name.empty() ? "" : "--" + name;
+    std::string longForm = name.empty() ? "" : "--" + name;
     if (shortOption > LAST_SHORT_CODE) {
         return longForm;
     }
-    const std::string shortForm = {'-', static_cast<char>(shortOption)};
+    std::string shortForm = {'-', static_cast<char>(shortOption)};
     return longForm.empty() ? shortForm : shortForm + ", " + longForm;
 }
 

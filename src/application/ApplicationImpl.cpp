@@ -28,8 +28,7 @@ Application::ApplicationImpl::~ApplicationImpl()
 {
     recordGate.close();
     while (isInUse()) {
-        // A sleep and not a yield: to a real-time thread, yielding would leave lower ones waiting for the
-        // processor.
+        // A sleep, not a yield: a real-time thread that yields still keeps lower ones off the processor.
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     delete[] optionTable;
@@ -54,17 +53,16 @@ void Application::ApplicationImpl::cleanApr()
     apr_terminate();
 }
 
-apr_status_t Application::ApplicationImpl::prepareParser(int argc, char** argv, std::vector<Option*>& options)
+apr_status_t Application::ApplicationImpl::prepareParser(int count, char** words, std::vector<Option*>& options)
 {
     optionList = &options;
     optionTable = new apr_getopt_option_t[options.size() + 1];
     apr_getopt_option_t* row = optionTable;
     for (const Option* option : options) {
-        *row++ = {option->name.c_str(), option->shortOption, option->hasArgument ? 1 : 0,
-                  option->description.c_str()};
+        *row++ = {option->name.c_str(), option->shortOption, option->hasArgument ? 1 : 0, option->description.c_str()};
     }
     *row = {"", 0, 0, ""};
-    return apr_getopt_init(&getoptState, pool, argc, argv);
+    return apr_getopt_init(&getoptState, pool, count, words);
 }
 
 }

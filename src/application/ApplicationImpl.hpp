@@ -12,20 +12,18 @@ namespace brindle {
 
 /// The application's one record: what start-up makes, and what an exit request and the event loop share.
 ///
-/// - Threads: exitCode and condVar are used only with the mutex held; a thread holds the mutex only while
-/// SIGINT and
-///   SIGTERM are blocked in it, and only inside the recordGate. The rest belongs to the thread that calls
-///   init().
+/// - Threads: exitCode and condVar are used only with the mutex held, the rest by the thread that calls init().
+///   A thread holds the mutex only inside the recordGate and while SIGINT and SIGTERM are blocked in it, and
+///   waits for nothing else meanwhile: a thread that the handler interrupted may be inside malloc.
 /// - Lifetime: built by the first impl(), destroyed at process exit.
-class BRINDLE_EXPORT Application::ApplicationImpl {
+class Application::ApplicationImpl {
 public:
     static ApplicationImpl& impl();
 
     /// The exit handler that init() registers: ends the process's use of APR.
     static void cleanApr();
 
-    /// One exit request. True if it released the loop, or if the record is gone and there is nobody left to
-    /// ask.
+    /// One exit request. True if it released the loop, or if the record is gone and nobody is left to ask.
     static bool tryExit(int code);
 
     /// The handler of SIGINT and SIGTERM: one exit request with the signal's number plus 130.
@@ -36,7 +34,7 @@ public:
     ~ApplicationImpl();
 
     /// Makes the option table and the parser.
-    apr_status_t prepareParser(int argc, char** argv, std::vector<Option*>& options);
+    apr_status_t prepareParser(int count, char** words, std::vector<Option*>& options);
 
     apr_pool_t* pool = nullptr;                 // APR's; goes with apr_terminate
     apr_getopt_t* getoptState = nullptr;        // lives in the pool

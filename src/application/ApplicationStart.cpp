@@ -21,8 +21,7 @@ apr_status_t startApr(int* argumentCount, const char* const* arguments, apr_pool
 int reportFailedStart(apr_status_t status)
 {
     char text[80];
-    std::cerr << "Error when initializing application. " << apr_strerror(status, text, sizeof text)
-              << std::endl;
+    std::cerr << "Error when initializing application. " << apr_strerror(status, text, sizeof text) << std::endl;
     return status;
 }
 

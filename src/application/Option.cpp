@@ -5,8 +5,7 @@
 namespace brindle {
 
 Option::Option(std::string longName, int code, bool takesArgument, std::string helpText)
-    : name(std::move(longName)), shortOption(code), hasArgument(takesArgument),
-      description(std::move(helpText))
+    : name(std::move(longName)), shortOption(code), hasArgument(takesArgument), description(std::move(helpText))
 {
 }
 

@@ -9,8 +9,7 @@ namespace brindle {
 /// Signals and threads go on while the process ends, and the record is gone before they are. So whoever uses
 /// the record enters the gate first; the destructor closes it and frees nothing while anybody is inside.
 ///
-/// - Threads: any, and signal handlers: one lock-free atomic, so that no thread can miss the closing and
-/// enter.
+/// - Threads: any, and signal handlers. One lock-free atomic: nobody can miss the closing and still enter.
 /// - Lifetime: static storage and no destructor; the gate works until the last instruction of the process.
 class RecordGate {
 public:

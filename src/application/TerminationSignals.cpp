@@ -2,19 +2,13 @@
 
 namespace brindle {
 
-sigset_t terminationSignals()
+TerminationSignalsBlocked::TerminationSignalsBlocked()
 {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
-    return signals;
-}
-
-TerminationSignalsBlocked::TerminationSignalsBlocked()
-{
-    const sigset_t blocked = terminationSignals();
-    pthread_sigmask(SIG_BLOCK, &blocked, &previous);
+    pthread_sigmask(SIG_BLOCK, &signals, &previous);
 }
 
 TerminationSignalsBlocked::~TerminationSignalsBlocked()

@@ -4,14 +4,10 @@
 
 namespace brindle {
 
-/// SIGINT and SIGTERM: the signals that end a program politely.
-sigset_t terminationSignals();
-
 /// Blocks SIGINT and SIGTERM in the calling thread until the end of the scope.
 ///
-/// Whoever locks the application mutex blocks them first, so the handler never runs on a thread that holds
-/// it. The handler does the same, because `signal` blocks only the one being handled and the other would
-/// nest.
+/// Whoever locks the application mutex blocks them first, so the handler never runs on a thread that holds it.
+/// The handler does the same: `signal` blocks only the signal being handled, and the other one would nest.
 class TerminationSignalsBlocked {
 public:
     TerminationSignalsBlocked();

@@ -32,8 +32,7 @@ std::string parseHere(Words words)
     int argc = static_cast<int>(words.size());
 
     Option all("all", 'a', false, ""), verbose("verbose", 256, false, ""), nameless("", 'n', true, "");
-    Option shadowed("other", 'a', false, ""), endOfTable("end", 0, false, ""),
-        unseen("unseen", 'u', false, "");
+    Option shadowed("other", 'a', false, ""), endOfTable("end", 0, false, ""), unseen("unseen", 'u', false, "");
     RefusesBad port("port", 'p', true, "");
     all.setDefault("default");
     std::vector<Option*> options = {&all, &port, &verbose, &nameless, &shadowed, &endOfTable, &unseen};
@@ -73,10 +72,11 @@ std::string parse(const Words& words)
 // The naive twin, for the words of the exhaustive test: -a is a flag, -p takes an argument.
 std::string parseNaively(const Words& words)
 {
-    std::string outcome, all, port;
+    std::string outcome, all, port, last = "-1 ";
     for (auto word = words.begin(); word != words.end() && *word != "--" && *word != "x"; ++word) {
         if (*word == "-") {
-            return outcome + "1 " + all + port;
+            last = "1 ";
+            break;
         }
         if (*word == "-a" || *word == "-ap") {
             all = "a=default ";
@@ -87,13 +87,14 @@ std::string parseNaively(const Words& words)
             outcome += "0 ";
         } else if (*word != "-a") {
             if (++word == words.end()) {
-                return outcome + "1 " + all + port;
+                last = "1 ";
+                break;
             }
             port = "p=" + *word + " ";
             outcome += "0 ";
         }
     }
-    return outcome + "-1 " + all + port;
+    return outcome + last + all + port;
 }
 
 }

@@ -1,9 +1,8 @@
 #include <brindle/Application.hpp>
 #include <brindle/Option.hpp>
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
-#include <cstring>
 #include <gtest/gtest.h>
 #include <iostream>
 #include <unistd.h>
@@ -20,9 +19,8 @@ std::string executable = "/usr/local/bin/demo"; // empty: cannot be read
 extern "C" ssize_t readlink(const char*, char* buffer, size_t size) noexcept
 {
     errno = executable.empty() ? ENOENT : errno;
-    const size_t length = std::min(size, executable.size());
-    std::memcpy(buffer, executable.data(), length);
-    return executable.empty() ? -1 : static_cast<ssize_t>(length);
+    const size_t length = executable.copy(buffer, size);
+    return length == 0 ? -1 : static_cast<ssize_t>(length);
 }
 
 namespace {
@@ -35,10 +33,9 @@ std::string help(bool error, int expectedResult)
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     EXPECT_EQ(expectedResult, Application::app().printHelp(error));
-    const std::string output = testing::internal::GetCapturedStdout();
-    const std::string errors = testing::internal::GetCapturedStderr();
-    EXPECT_EQ("", error ? output : errors);
-    return error ? errors : output;
+    std::string texts[] = {testing::internal::GetCapturedStdout(), testing::internal::GetCapturedStderr()};
+    EXPECT_EQ("", texts[error ? 0 : 1]);
+    return texts[error ? 1 : 0];
 }
 
 }
@@ -80,19 +77,13 @@ TEST(Help, ShowsEveryOptionInOrderAsItsDescriptionIsNow)
               help(false, 0));
     options.clear();
     executable = "";
-    EXPECT_EQ(LOCATION_UNKNOWN + std::string("Usage:  [options] file\n\n\nFiles are read in order.\n"),
-              help(true, 2));
+    EXPECT_EQ(LOCATION_UNKNOWN + std::string("Usage:  [options] file\n\n\nFiles are read in order.\n"), help(true, 2));
 }
 
 TEST(Paths, CutInFrontOfTheFirstMatchingComponent)
 {
     const Application& app = Application::app();
-    struct Row {
-        const char* path;
-        const char* name;
-        const char* prefix;
-    };
-    const Row rows[] = {
+    const std::array<const char*, 3> rows[] = {
         {"/opt/demo/bin/prog", "bin", "/opt/demo/"},
         {"/opt/demo/bin/prog", "/bin/", "/opt/demo/"},
         {"/opt/demo/bin/prog", "prog", "/opt/demo/bin/"},
@@ -105,10 +96,10 @@ TEST(Paths, CutInFrontOfTheFirstMatchingComponent)
         {"/opt/bin/demo/bin/prog", "bin", "/opt/"},
         {"/prog", "prog", "/"},
     };
-    for (const Row& row : rows) {
-        executable = row.path;
-        EXPECT_EQ(row.path, app.appPath());
-        EXPECT_EQ(row.prefix, app.appPrefix(row.name)) << row.name;
+    for (const auto& [path, name, prefix] : rows) {
+        executable = path;
+        EXPECT_EQ(path, app.appPath());
+        EXPECT_EQ(prefix, app.appPrefix(name)) << name;
     }
 }
 

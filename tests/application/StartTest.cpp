@@ -52,8 +52,6 @@ void apr_terminate()
     REAL_CALL(apr_terminate)();
 }
 
-int __cxa_atexit(void (*function)(void*), void* argument, void* object) noexcept;
-
 int __cxa_atexit(void (*function)(void*), void* argument, void* object) noexcept
 {
     return fails(Step::cleaning) ? -1 : REAL_CALL(__cxa_atexit)(function, argument, object);
@@ -111,5 +109,4 @@ INSTANTIATE_TEST_SUITE_P(
                     Start{Step::pool, APR_ENOMEM, START_FAILED "Cannot allocate memory\n", 0},
                     Start{Step::parser, APR_EGENERAL,
                           START_FAILED "Internal error (specific information not available)\n", 0},
-                    Start{Step::cleaning, -1, "INTERNAL ERROR! Unable to register APR cleaning operations.\n",
-                          1}));
+                    Start{Step::cleaning, -1, "INTERNAL ERROR! Unable to register APR cleaning operations.\n", 1}));

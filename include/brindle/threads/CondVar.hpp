@@ -10,30 +10,25 @@
 
 namespace brindle::threads {
 
-/// A condition variable that wakes the waiter of the highest real-time priority first, and tells the
-/// signaller whether anybody was waiting.
+/// A condition variable that wakes the waiter of the highest real-time priority first, and tells the signaller
+/// whether anybody was waiting.
 ///
 /// Every waiter blocks on a semaphore of its own, so a wake-up is aimed at one thread: wait() returns only
 /// when signal() or broadcast() has released this very call. There are no spurious wake-ups. A signal() that
 /// finds nobody is lost; it tells its caller so.
 ///
-/// - Threads: any number. There is no lock inside: all threads that use one CondVar use one mutex with it,
-/// and
+/// - Threads: any number. There is no lock inside: all threads that use one CondVar use one mutex with it, and
 ///   hold it in every call.
 /// - Order: by the priority that a thread has under `SCHED_FIFO` or `SCHED_RR` when its wait() begins; every
-///   other policy counts as 0, whatever the nice value, and a later change does not move a waiter. Among
-///   equal priorities the order is fixed but not that of arrival: four equal waiters A, B, C, D leave as A,
-///   C, B, D. No fairness among equals is promised, nor any order in which released threads get the mutex
-///   back.
-/// - Blocking: wait() only, without limit. It is restarted after every interruption.
-/// - Errors: none are reported; `std::bad_alloc` from wait() leaves the caller not queued and the mutex
-/// locked.
-/// - Signals: a handler may call signal() if it can never run on a thread that holds the mutex; see the
-/// second
-///   form of wait(). signal(), broadcast() and waiting() do not allocate.
+///   other policy counts as 0, whatever the nice value, and a later change does not move a waiter. Among equal
+///   priorities the order is fixed but not that of arrival: four equal waiters A, B, C, D leave as A, C, B, D.
+///   No fairness among equals is promised, nor any order in which released threads get the mutex back.
+/// - Blocking: wait() only, without limit. Interruptions by signal handlers do not end it.
+/// - Errors: none are reported; `std::bad_alloc` from wait() leaves the caller unqueued and the mutex locked.
+/// - Signals: a handler may lock the mutex and call signal(), on the terms of the second form of wait().
+///   signal() and broadcast() neither allocate nor wait.
 /// - Lifetime: the CondVar outlives every thread that waits on it; its destructor wakes nobody. A thread must
-/// not
-///   be cancelled (`pthread_cancel`) while it waits.
+///   not be cancelled (`pthread_cancel`) while it waits.
 ///
 /// @code
 /// // The waiting thread                       // The signalling thread
@@ -45,9 +40,8 @@ namespace brindle::threads {
 /// @endcode
 class BRINDLE_EXPORT CondVar {
 public:
-    /// One waiting thread: its priority and the semaphore that it blocks on. Lives in that thread's wait()
-    /// call.
-    class BRINDLE_EXPORT WaitingCondition {
+    /// One waiting thread: its priority and the semaphore that it blocks on. Lives as long as its wait().
+    class WaitingCondition {
     public:
         /// Takes the calling thread's priority, and a semaphore whose first wait() returns at once.
         WaitingCondition();
@@ -87,16 +81,15 @@ public:
     /// Queues the caller, gives @p mutex up, blocks until released, and takes @p mutex again.
     void wait(pthread_mutex_t* mutex);
 
-    /// The same for a mutex that a signal handler takes too. Whoever holds such a mutex has those signals
-    /// blocked, and waits for nothing else: neither for malloc nor for the system's thread lists, which the
-    /// interrupted code may hold. So here the caller makes the record before it locks, and gives reserve() a
-    /// turn beforehand.
+    /// The same for a mutex that a signal handler locks too. Whoever holds such a mutex has those signals
+    /// blocked, and waits for nothing else, neither for malloc nor for the system's records of its threads:
+    /// the code that a handler has interrupted may hold those, and the handler waits for the mutex. That is
+    /// why the caller makes its record before it locks, and calls reserve() long before.
     ///
     /// @param mutex             locked by the caller, with the signals blocked.
-    /// @param maskWhileBlocked  the signal mask for the time that the caller blocks, and only then. A handler
-    /// that
-    ///                          runs before that finds the caller queued, so its signal() is not lost.
-    /// @param self              made by the calling thread for this one call.
+    /// @param maskWhileBlocked  the caller's signal mask while it blocks, and only then. A handler that runs
+    ///                          earlier finds the caller queued, so its signal() is not lost.
+    /// @param self              made by the calling thread, for this one call.
     void wait(pthread_mutex_t* mutex, const sigset_t& maskWhileBlocked, WaitingCondition& self);
 
     /// Makes room for @p count waiting threads; as long as no more of them wait, wait() does not allocate.
@@ -112,8 +105,7 @@ public:
     /// How many threads are queued and not released yet.
     std::size_t waiting() const { return waiters.size(); }
 
-    /// For the child of a fork, where the threads that waited do not exist: forgets them. Needs no mutex
-    /// there.
+    /// For the child of a fork, where the threads that waited do not exist: drops them without a wake-up.
     void forgetWaiters() { waiters.clear(); }
 
 private:

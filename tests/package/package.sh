@@ -1,0 +1,31 @@
+#!/bin/sh
+# package.sh BUILD_DIR SOURCE_DIR COMPILER: installs the library to a place of its own, and there builds and runs the
+# README's program outside the tree, once through the CMake package and once through pkg-config.
+set -eu
+build=$1 source=$2 compiler=$3
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+
+cmake --install "$build" --prefix "$prefix" >"$work/install.log"
+# shellcheck disable=SC2016 # backquotes, as they stand
+sed -n '/^```cpp$/,/^```$/p' "$source/README.md" | sed '/^```/d' >"$work/main.cpp"
+test -s "$work/main.cpp"
+
+check() { # check PROGRAM
+    "$1" --help | grep -q '^  -h, --help  Show this help text\.$'
+    "$1" >/dev/null
+    echo "$1 works"
+}
+
+cp "$source/tests/package/consumer/CMakeLists.txt" "$work"
+cmake -S "$work" -B "$work/cmake" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$prefix" >"$work/configure.log"
+cmake --build "$work/cmake"
+check "$work/cmake/program"
+
+PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name brindle.pc)")
+export PKG_CONFIG_PATH
+# shellcheck disable=SC2046 # a list of flags
+"$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror "$work/main.cpp" -o "$work/program" \
+    $(pkg-config --cflags --libs brindle) "-Wl,-rpath,$(pkg-config --variable=libdir brindle)"
+check "$work/program"
