@@ -19,7 +19,7 @@ check() { # check PROGRAM
 }
 
 cp "$source/tests/package/consumer/CMakeLists.txt" "$work"
-cmake -S "$work" -B "$work/cmake" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$prefix" >"$work/configure.log"
+cmake -G Ninja -S "$work" -B "$work/cmake" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$prefix" >"$work/configure.log"
 cmake --build "$work/cmake"
 check "$work/cmake/program"
 
