@@ -12,8 +12,9 @@ class Option;
 
 /// The frame of a program that starts, keeps running, and ends only when told to. There is one per process.
 ///
-/// - Threads: one thread, normally the main one, calls app(), init(), parseArg(), printHelp() and
-///   runEventLoop(). Any thread may call exit(), appPath() and appPrefix(), and read HasApplicationTerminated.
+/// - Threads: one thread, normally the main one, calls init(), setForeword(), setAfterword(), parseArg(),
+///   printHelp() and runEventLoop(). Any thread may call app(), exit(), appPath() and appPrefix(), and read
+///   HasApplicationTerminated.
 /// - Blocking: runEventLoop() until an exit request; exit() until the loop has taken it, at most about 20 s.
 /// - Errors: statuses, as each function says. Messages are whole lines on standard error. Nothing but
 ///   `std::bad_alloc` is thrown.
@@ -21,7 +22,8 @@ class Option;
 ///   and again, aimed at the process or at one thread: none is lost while the loop waits, none makes anything
 ///   hang, and the interrupted code keeps its `errno`. One that comes while no loop waits only sets
 ///   HasApplicationTerminated. No function but HasApplicationTerminated is for signal handlers of the program.
-/// - fork: allowed at any time. Nobody waits in the child's event loop.
+/// - fork: allowed at any time, but not in a signal handler, through `fork` (which runs the handlers of
+///   `pthread_atfork`). Nobody waits in the child's event loop.
 /// - Lifetime: made by the first app(), destroyed at process exit. Signals and exit() are harmless after that.
 ///
 /// @code
@@ -36,7 +38,7 @@ class Option;
 ///     int result = 0;
 ///     while ((result = app.parseArg()) == 0) {
 ///     }
-///     if (result == 1) {
+///     if (result != -1) {
 ///         return app.printHelp(true);                 // the parser has said what was wrong
 ///     }
 ///     if (help.isSet()) {
@@ -60,11 +62,11 @@ public:
     /// Releases the two help texts at process exit.
     ~Application();
 
-    /// Starts APR, prepares the parser, and installs the handlers of SIGINT and SIGTERM. Call it once, before
-    /// any other thread exists that uses the application.
+    /// Starts APR, prepares the parser, and installs the handlers of SIGINT and SIGTERM, also where the program
+    /// was started with these ignored. Call it once, before any other thread exists that uses the application.
     ///
     /// @param argumentCount  main's argc, by address.
-    /// @param arguments      main's argv; not copied here, not changed.
+    /// @param arguments      main's argv; not copied, not changed. It stays as it is to the last parseArg().
     /// @param options        the options to parse and to show in the help, none of them null. See Option for
     ///                       how long they must live. Null: nothing is parsed.
     /// @return 0, or what the failed step returned: an APR status, or a non-zero `atexit` result. One line on
@@ -76,9 +78,9 @@ public:
     ///
     /// @return - what handleOption() returned; 0 means: go on;
     ///         - −1 when no option is left: the words are used up, the next one is an operand, or it is "--";
-    ///           also when init() was given no options;
-    ///         - 1 when the next word is wrong: it is unknown, or an argument is missing or not wanted. The
-    ///           parser has said so on standard error, and no option was touched;
+    ///           also when init() was given no list;
+    ///         - 1 when the next word is wrong: it is unknown, or a bare "-", or an argument is missing or not
+    ///           wanted. The parser has said so on standard error, and no option was touched;
     ///         - any other APR status below APR_BADCH (70012), should the parser ever return one.
     ///
     /// Stop at the first 1: the parser does not move past an error inside a group of letters, so with "-axz"
@@ -112,10 +114,10 @@ public:
     /// Blocks until the first exit request or signal that finds it waiting, and returns the exit code: that
     /// of exit(), 132 after SIGINT, 145 after SIGTERM; the last one stored if several come at once. May be
     /// called again, for a new request. Needs a successful init(). While another thread is ending the process,
-    /// no request can come any more, and it just waits.
+    /// no request can come any more, and it just waits. The thread must not be cancelled (`pthread_cancel`).
     ///
-    /// A signal that came before is not remembered here: a program with a long start looks at
-    /// HasApplicationTerminated first, or has a worker look at it now and then.
+    /// A signal that came before is not remembered here. HasApplicationTerminated tells of it, but this thread
+    /// may look too early; a worker that looks now and then, and calls exit(), misses none.
     int runEventLoop();
 
     /// Asks the event loop to end with @p code, from another thread. Returns once a waiting loop has been
@@ -123,8 +125,9 @@ public:
     /// standard error and ends the process with status 1. Needs a successful init().
     ///
     /// One request ends one runEventLoop(). A further one finds nobody and keeps trying while the program goes
-    /// down, so do not join a thread that may be inside exit(): detach it, and return from main. Once the
-    /// application has been destroyed, exit() returns without effect.
+    /// down, and after its 20 s ends the process with status 1, whatever the program is doing then: so make one
+    /// request only, or be down sooner. Do not join a thread that may be inside exit(): detach it, and return
+    /// from main. Once the application has been destroyed, exit() returns without effect.
     void exit(int code);
 
     /// Whether SIGINT or SIGTERM has come; already true when runEventLoop() returns because of one. Set by the

@@ -36,7 +36,8 @@ namespace brindle {
 /// @endcode
 class BRINDLE_EXPORT Option {
 public:
-    /// @param longName       the name typed after "--", without it; empty: no long form.
+    /// @param longName       the name typed after "--", without it. Empty: no long form, but the
+    ///                       parser takes "--=VALUE" for the first such option.
     /// @param code           what parsing tells options apart by, so each needs its own; never 0. From 1 to 255
     ///                       it is also the character typed after "-" (above 127 the parser finds it only where
     ///                       `char` is unsigned). From 256 up there is no short form.

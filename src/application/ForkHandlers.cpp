@@ -4,26 +4,25 @@
 #include "application/RecordGate.hpp"
 #include "application/TerminationSignals.hpp"
 
-#include <optional>
 #include <pthread.h>
 
 namespace brindle {
 
 namespace {
 
-// From before the fork until after it, so that the child's first signal comes when its record is in order.
-thread_local std::optional<TerminationSignalsBlocked> signalsBlocked;
+// SIGINT and SIGTERM are blocked across the fork, so that the child's first one comes when its record is in order.
+thread_local sigset_t maskOutsideTheFork;
 
 // The mutex is not taken here: fork itself waits for malloc's locks, and a thread inside malloc may just have
 // been interrupted by the handler, which waits for the mutex.
 void beforeFork()
 {
-    signalsBlocked.emplace();
+    blockTerminationSignals(&maskOutsideTheFork);
 }
 
 void afterForkInParent()
 {
-    signalsBlocked.reset();
+    pthread_sigmask(SIG_SETMASK, &maskOutsideTheFork, nullptr);
 }
 
 void afterForkInChild()
@@ -35,13 +34,14 @@ void afterForkInChild()
         pthread_mutex_init(record.mutex.get(), nullptr);
         record.condVar->forgetWaiters();
     }
-    signalsBlocked.reset();
+    pthread_sigmask(SIG_SETMASK, &maskOutsideTheFork, nullptr);
 }
 
 }
 
 void registerForkHandlers()
 {
+    // It can only fail for want of memory; a program that does not fork then misses nothing.
     pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
 }
 

@@ -16,10 +16,12 @@ public:
     /// True: the caller is inside and leaves when done. False: the gate is closed and the record may be gone.
     bool enter()
     {
-        if ((state.fetch_add(1) & CLOSED) == 0) {
-            return true;
+        unsigned seen = state;
+        while ((seen & CLOSED) == 0) {
+            if (state.compare_exchange_weak(seen, seen + 1)) {
+                return true;
+            }
         }
-        leave();
         return false;
     }
 
@@ -28,7 +30,7 @@ public:
     /// Lets nobody in from now on.
     void close() { state.fetch_or(CLOSED); }
 
-    /// How many are inside; for a moment also those who are being turned away.
+    /// How many are inside.
     unsigned inside() const { return state.load() & ~CLOSED; }
 
     /// For the child of a fork, in which all other threads have ceased to exist wherever they were.

@@ -2,18 +2,13 @@
 
 namespace brindle {
 
-TerminationSignalsBlocked::TerminationSignalsBlocked()
+void blockTerminationSignals(sigset_t* previous)
 {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals, &previous);
-}
-
-TerminationSignalsBlocked::~TerminationSignalsBlocked()
-{
-    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    pthread_sigmask(SIG_BLOCK, &signals, previous);
 }
 
 }

@@ -21,7 +21,8 @@ namespace brindle::threads {
 ///   hold it in every call.
 /// - Order: by the priority that a thread has under `SCHED_FIFO` or `SCHED_RR` when its wait() begins; every
 ///   other policy counts as 0, whatever the nice value, and a later change does not move a waiter. Among equal
-///   priorities the order is fixed but not that of arrival: four equal waiters A, B, C, D leave as A, C, B, D.
+///   priorities the order is fixed but not that of arrival: that of libstdc++'s `push_heap` and `pop_heap`,
+///   in which four equal waiters A, B, C, D leave as A, C, B, D.
 ///   No fairness among equals is promised, nor any order in which released threads get the mutex back.
 /// - Blocking: wait() only, without limit. Interruptions by signal handlers do not end it.
 /// - Errors: none are reported; `std::bad_alloc` from wait() leaves the caller unqueued and the mutex locked.
@@ -36,7 +37,10 @@ namespace brindle::threads {
 /// while (jobs.empty()) {                      jobs.push_back(job);
 ///     arrival.wait(&mutex);                   if (!arrival.signal()) {
 /// }                                               ++unattended;       // all workers are busy
-/// run(jobs.back());                           }
+/// Job job = jobs.back();                      }
+/// jobs.pop_back();
+/// lock.unlock();
+/// run(job);
 /// @endcode
 class BRINDLE_EXPORT CondVar {
 public:
