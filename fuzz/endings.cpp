@@ -9,9 +9,11 @@
 
 #include <brindle/Application.hpp>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <initializer_list>
@@ -195,6 +197,30 @@ int afterForks()
     return 7;
 }
 
+// The forking thread is not the one that waits; in the child nobody does, and a request must not think so.
+int afterForksWhileTheLoopWaits()
+{
+    inBackground([] {
+        for (int i = 0; i < 4; ++i) {
+            pauseAtRandom();
+            const pid_t grandchild = fork();
+            if (grandchild == 0) {
+                std::signal(SIGALRM, [](int) { _exit(0); });
+                ualarm(20'000, 0); // well within the first pause of a request that found nobody
+                Application::app().exit(0);
+                _exit(1);
+            }
+            int status = -1;
+            waitpid(grandchild, &status, 0);
+            if (status != 0) {
+                _exit(96);
+            }
+        }
+        Application::app().exit(10);
+    });
+    return waitInLoop(false);
+}
+
 // The application's record is destroyed between two of these, so the signals meet every stage of the way
 // down.
 struct SlowToDestroy {
@@ -230,6 +256,7 @@ const std::map<std::string, Kind> ROADS = {
     {"signal-before-loop", {afterASignalThatNobodyWaitedFor, {6}}},
     {"exit-of-the-process", {bySomebodyElsesExit, {8}}},
     {"fork", {afterForks, {7}}},
+    {"fork-while-waiting", {afterForksWhileTheLoopWaits, {10}}},
 };
 
 // The number of children that did not end as they should.
@@ -244,6 +271,9 @@ int fuzz(const Kind& kind, unsigned firstSeed, unsigned children)
             const pid_t child = fork();
             if (child == 0) {
                 endOn(kind.road);
+            } else if (child == -1) {
+                std::perror("endings: fork");
+                return 1;
             }
             running[child] = seed;
             continue;

@@ -16,8 +16,9 @@ std::string executable = "/usr/local/bin/demo"; // empty: cannot be read
 
 }
 
-extern "C" ssize_t readlink(const char*, char* buffer, size_t size) noexcept
+extern "C" ssize_t readlink(const char* link, char* buffer, size_t size) noexcept
 {
+    EXPECT_STREQ("/proc/self/exe", link);
     errno = executable.empty() ? ENOENT : errno;
     const size_t length = executable.copy(buffer, size);
     return length == 0 ? -1 : static_cast<ssize_t>(length);
@@ -38,46 +39,53 @@ std::string help(bool error, int expectedResult)
     return texts[error ? 1 : 0];
 }
 
+void start(std::vector<Option*>& options)
+{
+    int argc = 0;
+    char* argv[] = {nullptr};
+    ASSERT_EQ(0, Application::app().init(&argc, argv, &options));
+}
+
 }
 
 TEST(Help, ShowsEveryOptionInOrderAsItsDescriptionIsNow)
 {
-    Application& app = Application::app();
-    EXPECT_EQ("Usage: demo \n\n\n\n", help(false, 0));
-
     Option showHelp("help", 'h', false, "Show this help text.");
     Option retries("retries", 'r', true, "Number of retries. ");
     Option verbose("verbose", 256, false, "More output.");
     Option quiet("", 'q', false, "Quiet.");
     std::vector<Option*> options = {&showHelp, &retries, &verbose, &quiet};
-    int argc = 0;
-    char* argv[] = {nullptr};
-    ASSERT_EQ(0, app.init(&argc, argv, &options));
-    app.setForeword("[options] file");
-    app.setAfterword("Files are read in order.");
+    start(options);
+    Application::app().setForeword("[options] file");
+    Application::app().setAfterword("Files are read in order.");
     retries.setDefault("3");
-    const std::string expected = "Usage: demo [options] file\n"
-                                 "\n"
-                                 "  -h, --help     Show this help text.\n"
-                                 "  -r, --retries  Number of retries. Default: 3\n"
-                                 "  --verbose      More output.\n"
-                                 "  -q             Quiet.\n"
-                                 "\n"
-                                 "Files are read in order.\n";
+    const std::string expected = R"(Usage: demo [options] file
+
+  -h, --help     Show this help text.
+  -r, --retries  Number of retries. Default: 3
+  --verbose      More output.
+  -q             Quiet.
+
+Files are read in order.
+)";
     EXPECT_EQ(expected, help(false, 0));
     EXPECT_EQ(expected, help(true, 2));
     EXPECT_EQ("3", retries.argument());
     EXPECT_FALSE(retries.isSet());
+}
 
+TEST(Help, KeepsItsShapeWhenTextsAreMissing)
+{
+    EXPECT_EQ("Usage: demo \n\n\n\n", help(false, 0)); // without a list
+    EXPECT_EQ(-1, Application::app().parseArg());
     Option nameless("", 256, false, "Only\nparsed.");
-    options = {&nameless, &quiet};
+    Option quiet("", 'q', false, "Quiet.");
+    std::vector<Option*> options = {&nameless, &quiet};
+    start(options);
     quiet.setDefault("");
-    EXPECT_EQ("Usage: demo [options] file\n\n      Only\nparsed.\n  -q  Quiet.Default: \n\nFiles are read in "
-              "order.\n",
-              help(false, 0));
-    options.clear();
     executable = "";
-    EXPECT_EQ(LOCATION_UNKNOWN + std::string("Usage:  [options] file\n\n\nFiles are read in order.\n"), help(true, 2));
+    EXPECT_EQ(LOCATION_UNKNOWN + std::string("Usage:  \n\n      Only\nparsed.\n  -q  Quiet.Default: \n\n\n"),
+              help(true, 2));
 }
 
 TEST(Paths, CutInFrontOfTheFirstMatchingComponent)
@@ -92,7 +100,6 @@ TEST(Paths, CutInFrontOfTheFirstMatchingComponent)
         {"/opt/demo/bin/prog", "", "/opt/demo/bin/prog/"},
         {"/opt/demo/bin/prog", "demo/bin", "/opt/demo/bin/prog/"},
         {"/opt/demo/bin/prog", "Bin", "/opt/demo/bin/prog/"},
-        {"/opt/demo/bin/prog", "pro", "/opt/demo/bin/prog/"},
         {"/opt/bin/demo/bin/prog", "bin", "/opt/"},
         {"/prog", "prog", "/"},
     };
@@ -111,9 +118,6 @@ TEST(Paths, AreWholeAtAnyLengthAndEmptyWhenUnknown)
         EXPECT_EQ(executable, app.appPath());
     }
     executable = "";
-    testing::internal::CaptureStderr();
-    EXPECT_EQ("", app.appPath());
-    EXPECT_EQ(LOCATION_UNKNOWN, testing::internal::GetCapturedStderr());
     testing::internal::CaptureStderr();
     EXPECT_EQ("/", app.appPrefix("bin"));
     EXPECT_EQ(LOCATION_UNKNOWN, testing::internal::GetCapturedStderr());
