@@ -51,11 +51,16 @@ private:
 
 void beat(int beats, std::chrono::milliseconds interval)
 {
-    for (int number = 1; number <= beats; ++number) {
+    bool stopMissed = false;
+    for (int number = 1; number <= beats && !stopMissed; ++number) {
+        // Set, and still here an interval later: the signal came before the loop waited, so it ended nothing.
+        stopMissed = Application::HasApplicationTerminated;
         std::this_thread::sleep_for(interval);
-        std::cout << "beat " + std::to_string(number) + "\n" << std::flush;
+        if (!stopMissed) {
+            std::cout << "beat " + std::to_string(number) + "\n" << std::flush;
+        }
     }
-    Application::app().exit(EXIT_SUCCESS);
+    Application::app().exit(stopMissed ? EXIT_FAILURE : EXIT_SUCCESS);
 }
 
 /// Says what the options found wrong; what the parser found wrong it has said itself.
@@ -104,7 +109,7 @@ int main(int argc, char** argv)
     // Not joined: it may be inside exit(), which returns only when a loop takes its request or the process ends.
     std::thread(beat, beats.value(), std::chrono::milliseconds(interval.value())).detach();
     const int exitCode = app.runEventLoop();
-    if (Application::HasApplicationTerminated) {
+    if (exitCode != EXIT_SUCCESS) {
         std::cout << "heartbeat: told to stop" << std::endl;
     }
     return exitCode;

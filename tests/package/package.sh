@@ -10,7 +10,7 @@ prefix=$work/prefix
 cmake --install "$build" --prefix "$prefix" >"$work/install.log"
 # shellcheck disable=SC2016 # backquotes, as they stand
 sed -n '/^```cpp$/,/^```$/p' "$source/README.md" | sed '/^```/d' >"$work/main.cpp"
-test -s "$work/main.cpp"
+diff -u "$source/examples/minimal.cpp" "$work/main.cpp"
 
 check() { # check PROGRAM
     "$1" --help | grep -q '^  -h, --help  Show this help text\.$'
