@@ -2,10 +2,10 @@
 //
 //   endings ROAD [FIRST_SEED]
 //
-// Starts child processes that end on the named road, each with other random pauses, and says how they ended.
-// How many: BRINDLE_STRESS_CHILDREN, by default 100. Status 0: all ended as they should. A child's statuses
-// besides those of its road: 96, a forked grandchild went wrong; 97, HasApplicationTerminated was wrong; 98,
-// errno was disturbed; killed by signal 14: it hung.
+// Starts child processes that end on the named road, each with other random pauses, and says how they ended. How many:
+// BRINDLE_STRESS_CHILDREN, by default 100. Status 0: all ended as they should. A child's statuses besides those of its
+// road: 96, a forked grandchild went wrong; 97, HasApplicationTerminated was wrong; 98, errno was disturbed; killed by
+// signal 14: it hung.
 
 #include <brindle/Application.hpp>
 
@@ -16,7 +16,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
-#include <initializer_list>
 #include <iostream>
 #include <map>
 #include <random>
@@ -113,13 +112,28 @@ int bySignal(int signal)
     }
 }
 
+// A thread that signals are aimed at must not end: its id would name nobody.
+[[noreturn]] void stay()
+{
+    while (true) {
+        pause();
+    }
+}
+
+// The signals meet its attempts.
+[[noreturn]] void requestExitAndStay()
+{
+    Application::app().exit(132);
+    stay();
+}
+
 int byBothSignals()
 {
     rain(BOTH, atProcess);
     rain(BOTH, at(pthread_self()));
     rain(BOTH, at(inBackground(watchErrno)));
     rain(BOTH, at(inBackground(allocate)));
-    rain(BOTH, at(inBackground([] { Application::app().exit(132); }))); // signals inside its attempts
+    rain(BOTH, at(inBackground(requestExitAndStay)));
     pauseAtRandom();
     return Application::app().runEventLoop();
 }
@@ -179,7 +193,7 @@ int bySomebodyElsesExit()
 int afterForks()
 {
     for (int i = 0; i < 3; ++i) {
-        rain(BOTH, at(inBackground([] { pause(); })));
+        rain(BOTH, at(inBackground(stay)));
     }
     for (int i = 0; i < 5; ++i) {
         const pid_t grandchild = fork();
@@ -221,8 +235,7 @@ int afterForksWhileTheLoopWaits()
     return waitInLoop(false);
 }
 
-// The application's record is destroyed between two of these, so the signals meet every stage of the way
-// down.
+// The application's record is destroyed between two of these, so the signals meet every stage of the way down.
 struct SlowToDestroy {
     ~SlowToDestroy() { std::this_thread::sleep_for(std::chrono::microseconds(500)); }
 } destroyedAfterTheApplication;

@@ -4,7 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <gtest/gtest.h>
-#include <iostream>
+#include <string>
 #include <unistd.h>
 
 using brindle::Application;

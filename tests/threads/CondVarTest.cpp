@@ -31,8 +31,7 @@ thread_local bool allocationFails = false;
 
 }
 
-// The calls that the library makes pass through here: a test chooses priorities and failures, and sees every
-// post.
+// The calls that the library makes pass through here: a test chooses priorities and failures, and sees every post.
 extern "C" {
 
 int pthread_getschedparam(pthread_t thread, int* policy, sched_param* param) noexcept
