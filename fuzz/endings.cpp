@@ -4,10 +4,11 @@
 //
 // Starts child processes that end on the named road, each with other random pauses, and says how they ended. How many:
 // BRINDLE_STRESS_CHILDREN, by default 100. Status 0: all ended as they should. A child's statuses besides those of its
-// road: 96, a forked grandchild went wrong; 97, HasApplicationTerminated was wrong; 98, errno was disturbed; killed by
+// road: 95, no timer could be had; 96, a forked grandchild went wrong; 97, HasApplicationTerminated was wrong; 98, errno was disturbed; killed by
 // signal 14: it hung.
 
 #include <brindle/Application.hpp>
+#include <brindle/time/Timer.hpp>
 
 #include <atomic>
 #include <cerrno>
@@ -146,6 +147,26 @@ int byWorkers()
     return waitInLoop(false);
 }
 
+// Its callbacks overlap, and some come before the loop waits or when it has ended. Never destroyed, so that they may.
+class ExitTimer : public brindle::time::Timer {
+public:
+    ExitTimer() : Timer(5) {}
+    void onTimeout() override { Application::app().exit(11); }
+};
+
+int byTimerOrSignals()
+{
+    static ExitTimer& timer = *new ExitTimer;
+    if (timer.start() != 0) {
+        return 95;
+    }
+    rain(BOTH, atProcess);
+    pauseAtRandom();
+    const int code = Application::app().runEventLoop();
+    timer.stop();
+    return code;
+}
+
 int byExitBeforeTheLoop()
 {
     std::atomic<bool> calling = false;
@@ -264,6 +285,7 @@ const std::map<std::string, Kind> ROADS = {
     {"sigterm", {[] { return bySignal(SIGTERM); }, {145}}},
     {"both-signals", {byBothSignals, {132, 145}}},
     {"exit-by-workers", {byWorkers, {3}}},
+    {"exit-by-timer", {byTimerOrSignals, {11, 132, 145}}},
     {"exit-before-loop", {byExitBeforeTheLoop, {4}}},
     {"signals-on-the-way-down", {withSignalsOnTheWayDown, {5}}},
     {"signal-before-loop", {afterASignalThatNobodyWaitedFor, {6}}},

@@ -2,15 +2,17 @@
 //
 //   wakeups [SEED]
 //
-// Four threads wait again and again while they are interrupted by signals, and are released by signal() and
-// broadcast() at random. How many rounds: 200 times BRINDLE_STRESS_CHILDREN, by default 20,000. Status 0: the releases
-// and the returns match.
+// Four threads wait again and again while their waits are interrupted by signals and fail for no reason, and are
+// released by signal() and broadcast() at random. How many rounds: 200 times BRINDLE_STRESS_CHILDREN, by default
+// 20,000. Status 0: the releases and the returns match.
 
 #include <brindle/threads/CondVar.hpp>
 #include <brindle/threads/ScopedLock.hpp>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <dlfcn.h>
 #include <iostream>
 #include <random>
 #include <string>
@@ -19,6 +21,18 @@
 
 using brindle::threads::CondVar;
 using brindle::threads::ScopedLock;
+
+// Called by the library in place of the system's. Some libcs report an interruption with a wrong errno.
+extern "C" int sem_wait(sem_t* semaphore)
+{
+    static const auto real = reinterpret_cast<decltype(&sem_wait)>(dlsym(RTLD_NEXT, "sem_wait"));
+    thread_local std::minstd_rand random;
+    if (random() % 4 == 0) {
+        errno = EAGAIN;
+        return -1;
+    }
+    return real(semaphore);
+}
 
 namespace {
 

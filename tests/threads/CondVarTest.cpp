@@ -1,15 +1,13 @@
+#include "Allocations.hpp"
 #include "RealCall.hpp"
 
 #include <brindle/threads/CondVar.hpp>
 #include <brindle/threads/ScopedLock.hpp>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <map>
-#include <new>
 #include <optional>
 #include <thread>
 #include <unistd.h>
@@ -26,8 +24,6 @@ std::vector<int> released; // waiters in the order of the posts
 
 thread_local int waiterNumber = 0;
 thread_local std::optional<int> pretendedPriority;
-thread_local int failingSemWaits = 0;
-thread_local bool allocationFails = false;
 
 }
 
@@ -46,7 +42,7 @@ int pthread_getschedparam(pthread_t thread, int* policy, sched_param* param) noe
 
 int sem_init(sem_t* semaphore, int shared, unsigned value) noexcept
 {
-    if (!allocationFails) {
+    if (allocations::untilFailure == 0) {
         waiterOf[semaphore] = waiterNumber;
     }
     return REAL_CALL(sem_init)(semaphore, shared, value);
@@ -57,32 +53,6 @@ int sem_post(sem_t* semaphore) noexcept
     released.push_back(waiterOf[semaphore]);
     return REAL_CALL(sem_post)(semaphore);
 }
-
-int sem_wait(sem_t* semaphore)
-{
-    if (failingSemWaits > 0) {
-        --failingSemWaits;
-        errno = EAGAIN;
-        return -1;
-    }
-    return REAL_CALL(sem_wait)(semaphore);
-}
-}
-
-void* operator new(std::size_t size)
-{
-    void* memory = allocationFails ? nullptr : std::malloc(size);
-    return memory != nullptr ? memory : throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
 }
 
 namespace {
@@ -94,12 +64,10 @@ struct Waiter {
     int policy = PRETENDED; // or the scheduling policy that the thread really gets
 };
 
-// Starts a thread that waits on the CondVar, and returns once it is queued: it holds the mutex from `holding` until
-// its wait has it in the queue, so whoever gets the mutex after that finds it there.
+// Starts a thread that waits on the CondVar, and returns once it is queued after `number` others.
 std::thread queue(const Waiter& waiter, int number, CondVar& condVar)
 {
-    std::atomic<bool> holding = false;
-    std::thread thread([&condVar, &holding, number, waiter] {
+    std::thread thread([&condVar, number, waiter] {
         waiterNumber = number;
         if (waiter.policy == PRETENDED) {
             pretendedPriority = waiter.priority;
@@ -107,15 +75,15 @@ std::thread queue(const Waiter& waiter, int number, CondVar& condVar)
             const sched_param param = {waiter.priority};
             EXPECT_EQ(0, pthread_setschedparam(pthread_self(), waiter.policy, &param));
         }
-        ScopedLock lock(&mutex);
-        holding = true;
+        const ScopedLock lock(&mutex);
         condVar.wait(&mutex);
     });
-    while (!holding) {
-        std::this_thread::yield();
+    while (true) {
+        const ScopedLock lock(&mutex);
+        if (condVar.waiting() > static_cast<std::size_t>(number)) {
+            return thread;
+        }
     }
-    const ScopedLock lock(&mutex);
-    return thread;
 }
 
 // The waiters, by number, in the order in which `release` lets them go.
@@ -187,21 +155,12 @@ TEST(CondVar, ReleasesRealTimeThreadsFirst)
               orderOfRelease({{0, SCHED_OTHER}, {10, SCHED_FIFO}, {20, SCHED_RR}}, broadcast));
 }
 
-TEST(WaitingCondition, WaitsAgainWhateverTheFailureSays)
-{
-    CondVar::WaitingCondition record; // made with one token
-    failingSemWaits = 3;
-    record.wait();
-    EXPECT_EQ(0, failingSemWaits);
-}
-
 TEST(CondVar, LeavesTheQueueAndTheMutexAloneWhenMemoryRunsOut)
 {
     CondVar condVar;
     const ScopedLock lock(&mutex);
-    allocationFails = true;
+    allocations::untilFailure = 1;
     EXPECT_THROW(condVar.wait(&mutex), std::bad_alloc);
-    allocationFails = false;
     EXPECT_EQ(EBUSY, pthread_mutex_trylock(&mutex));
     EXPECT_FALSE(condVar.signal());
 }

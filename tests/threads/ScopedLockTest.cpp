@@ -1,8 +1,8 @@
 #include <brindle/threads/ScopedLock.hpp>
 
+#include <future>
 #include <gtest/gtest.h>
 #include <memory>
-#include <thread>
 
 using brindle::threads::ScopedLock;
 
@@ -10,14 +10,10 @@ namespace {
 
 bool isFree(pthread_mutex_t& mutex)
 {
-    bool locked = false;
-    std::thread([&] {
-        locked = pthread_mutex_trylock(&mutex) == 0;
-        if (locked) {
-            pthread_mutex_unlock(&mutex);
-        }
-    }).join();
-    return locked;
+    const auto locksAndUnlocks = [&] {
+        return pthread_mutex_trylock(&mutex) == 0 && pthread_mutex_unlock(&mutex) == 0;
+    };
+    return std::async(std::launch::async, locksAndUnlocks).get();
 }
 
 }
