@@ -8,7 +8,7 @@
 extern "C" int timer_settime(timer_t id, int flags, const itimerspec* spec, itimerspec* old) noexcept
 {
     static const auto real = reinterpret_cast<decltype(&timer_settime)>(dlsym(RTLD_NEXT, "timer_settime"));
-    const timespec period = {0, spec->it_value.tv_sec * 200'000};
+    const timespec period = {0, static_cast<long>(spec->it_value.tv_sec) * 200'000};
     const itimerspec quick = {period, period};
     return real(id, flags, &quick, old);
 }

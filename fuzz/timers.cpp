@@ -4,8 +4,8 @@
 //
 // The idiom of Timer.hpp, many times over: a sensor is made, polled by a ticker that is never destroyed, and destroyed
 // at a random moment. A second of the timers lasts 200 microseconds here, and a poll takes up to twice that, so
-// callbacks overlap and come late. How many sensors: five times BRINDLE_STRESS_CHILDREN, by default 500. Status 0: every
-// poll found its sensor alive and alone; in a build with a sanitizer, that has found nothing either.
+// callbacks overlap and come late. How many sensors: five times BRINDLE_STRESS_CHILDREN, by default 500. Status 0:
+// every poll found its sensor alive and alone; in a build with a sanitizer, that has found nothing either.
 
 #include <brindle/threads/ScopedLock.hpp>
 #include <brindle/time/Timer.hpp>
@@ -64,8 +64,8 @@ class Sensor final {
 public:
     Sensor(Ticker& period, std::chrono::microseconds pollTime) : ticker(period), duration(pollTime)
     {
-        ticker.attach(this);
         faults += ticker.start() == 0 ? 0 : 1;
+        ticker.attach(this);
     }
 
     Sensor(const Sensor&) = delete;

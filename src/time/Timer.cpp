@@ -35,6 +35,7 @@ void Timer::stop()
         return;
     }
     const itimerspec disarmed = {};
+    // For a timer that exists neither call fails.
     timer_settime(*impl->timerId, 0, &disarmed, nullptr);
     timer_delete(*impl->timerId);
     impl->timerId.clean();

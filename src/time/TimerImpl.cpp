@@ -15,7 +15,7 @@ TimerImpl::TimerImpl(Timer* timer) : owner(timer), event(new sigevent())
 
 TimerImpl::~TimerImpl()
 {
-    owner->stop();
+    owner->stop(); // whoever lets the record go, no timer outlives it
     pthread_attr_destroy(&threadAttr);
 }
 

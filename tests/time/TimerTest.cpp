@@ -31,6 +31,9 @@ extern "C" {
 
 int timer_create(clockid_t clock, sigevent* event, timer_t* id) noexcept
 {
+    int detachState = -1;
+    pthread_attr_getdetachstate(event->sigev_notify_attributes, &detachState);
+    EXPECT_TRUE(clock == CLOCK_REALTIME && detachState == PTHREAD_CREATE_DETACHED);
     errno = EAGAIN;
     const int result = failingCall == Call::CREATE ? -1 : REAL_CALL(timer_create)(clock, event, id);
     if (result == 0) {
@@ -44,14 +47,15 @@ int timer_settime(timer_t id, int flags, const itimerspec* spec, itimerspec* old
     EXPECT_EQ(1, existing.count(id));
     lastSpec = *spec;
     errno = ENOTSUP;
-    const timespec period = {spec->it_value.tv_sec / 100, spec->it_value.tv_sec % 100 * 10'000'000}; // not to wait long
+    const long hundredths = static_cast<long>(spec->it_value.tv_sec); // not to wait long
+    const timespec period = {hundredths / 100, hundredths % 100 * 10'000'000};
     const itimerspec quick = {period, period};
     return failingCall == Call::SETTIME ? -1 : REAL_CALL(timer_settime)(id, flags, &quick, old);
 }
 
 int timer_delete(timer_t id) noexcept
 {
-    EXPECT_EQ(1, existing.erase(id));
+    EXPECT_TRUE(existing.erase(id) == 1 && lastSpec.it_value.tv_sec == 0);
     return REAL_CALL(timer_delete)(id);
 }
 }
@@ -143,6 +147,7 @@ TEST(Timer, KeepsItsPeriodUntilItIsStartedAgain)
     for (const int duration : {1800, 0, -1}) {
         const auto before = lastSpec.it_value.tv_sec;
         timer.setDuration(duration);
+        EXPECT_EQ(duration, timer.duration());
         EXPECT_EQ(before, lastSpec.it_value.tv_sec);
         EXPECT_EQ(duration < 0 ? EINVAL : 0, restartWith(Call::NONE, timer));
         EXPECT_EQ(duration, lastSpec.it_value.tv_sec);
