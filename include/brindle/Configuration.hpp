@@ -11,7 +11,7 @@ namespace brindle {
 ///
 /// - Threads: no lock. getOption() and isValid() may run at once; nothing else at the same time as readCfgFile().
 /// - Blocking: readCfgFile() reads the file to its end, so for a FIFO it waits for the writer.
-/// - Errors: by result; nothing is printed. `std::bad_alloc` passes, and then nothing has changed.
+/// - Errors: by result; nothing is printed. `std::bad_alloc` passes, from copies too; then nothing has changed.
 /// - Lifetime: the file is closed when readCfgFile() returns. Copies are deep. The destructor is not virtual:
 ///   do not delete a derived object through a `Configuration*`.
 ///
@@ -38,7 +38,7 @@ public:
     Configuration();
 
     Configuration(const Configuration&);
-    Configuration& operator=(const Configuration&);
+    Configuration& operator=(const Configuration& other);
     ~Configuration();
 
     /// Reads the file at @p path; what it holds replaces all earlier entries.

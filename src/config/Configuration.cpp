@@ -7,8 +7,16 @@ namespace brindle {
 
 Configuration::Configuration() = default;
 Configuration::Configuration(const Configuration&) = default;
-Configuration& Configuration::operator=(const Configuration&) = default;
 Configuration::~Configuration() = default;
+
+Configuration& Configuration::operator=(const Configuration& other)
+{
+    Configuration copy(other); // whatever can fail does so before anything changes
+    entries.swap(copy.entries);
+    cfgFile.swap(copy.cfgFile);
+    valid = copy.valid;
+    return *this;
+}
 
 bool Configuration::readCfgFile(std::string path)
 {

@@ -1,11 +1,12 @@
 #include "Allocations.hpp"
 #include "EveryText.hpp"
+#include "RealCall.hpp"
 
 #include <brindle/Configuration.hpp>
 
+#include <cstdio>
 #include <map>
 #include <string>
-#include <sys/mman.h>
 #include <unistd.h>
 
 using brindle::Configuration;
@@ -14,10 +15,21 @@ using Entries = std::map<std::string, std::string>;
 
 namespace {
 
+int readsUntilError = 0;
+
+}
+
+extern "C" ssize_t read(int descriptor, void* buffer, size_t size)
+{
+    return readsUntilError > 0 && --readsUntilError == 0 ? -1 : REAL_CALL(read)(descriptor, buffer, size);
+}
+
+namespace {
+
 // The path of a file that holds `content` until the next call.
 std::string file(const std::string& content)
 {
-    static const int descriptor = memfd_create("configuration", 0);
+    static const int descriptor = fileno(std::tmpfile());
     EXPECT_EQ(0, ftruncate(descriptor, 0));
     EXPECT_EQ(static_cast<ssize_t>(content.size()), pwrite(descriptor, content.data(), content.size(), 0));
     return "/proc/self/../self/fd/" + std::to_string(descriptor);
@@ -27,7 +39,7 @@ struct Opened final : Configuration {
     using Configuration::entries;
 };
 
-Entries read(const std::string& path)
+Entries entriesOf(const std::string& path)
 {
     Opened configuration;
     EXPECT_TRUE(configuration.readCfgFile(path) && configuration.isValid());
@@ -65,8 +77,9 @@ std::string valueOf(const Configuration& configuration, const std::string& key)
 
 TEST(Configuration, ReadsEveryShortFileAsItsFormatSays)
 {
-    forEveryText("a= \n", 6,
-                 [](const std::string& content) { ASSERT_EQ(plainEntries(content), read(file(content))) << content; });
+    forEveryText("a= \n", 6, [](const std::string& content) {
+        ASSERT_EQ(plainEntries(content), entriesOf(file(content))) << content;
+    });
 }
 
 TEST(Configuration, ReadsOddFiles)
@@ -81,9 +94,11 @@ TEST(Configuration, ReadsOddFiles)
         {manyBytes + "=" + manyBytes, {{manyBytes, manyBytes}}},
     };
     for (const auto& [content, entries] : rows) {
-        EXPECT_EQ(entries, read(file(content))) << content;
+        EXPECT_EQ(entries, entriesOf(file(content))) << content;
     }
-    EXPECT_EQ(Entries(), read("/")); // a directory can be opened, and then the first read fails
+    readsUntilError = 2;
+    EXPECT_EQ((Entries{{"a", "1"}}), entriesOf(file("a=1 b=" + manyBytes))); // the error counts as the end
+    EXPECT_EQ(Entries(), entriesOf("/")); // a directory can be opened, and then the first read fails
 }
 
 TEST(Configuration, AnswersFromTheLastReadAloneWhateverItsFormat)
@@ -120,4 +135,7 @@ TEST(Configuration, IsAsItWasWhenMemoryRunsOut)
     std::string answer = "preset";
     allocations::failEach([&] { configuration.getOption("a", answer); }, [&] { EXPECT_EQ("preset", answer); });
     allocations::failEach([&] { EXPECT_TRUE(Configuration(configuration).isValid()); }, [] {});
+    Configuration other;
+    allocations::failEach([&] { other = configuration; }, [&] { EXPECT_FALSE(other.isValid()); });
+    EXPECT_EQ(value, valueOf(other, "a"));
 }
