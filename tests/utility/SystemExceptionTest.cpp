@@ -1,14 +1,10 @@
 #include "Allocations.hpp"
 
 #include <brindle/utility/SystemException.hpp>
-#include <brindle/utility/Uuid.hpp>
 
 #include <cerrno>
-#include <regex>
-#include <set>
-#include <string>
+#include <tuple>
 
-using brindle::utility::generateUuid;
 using brindle::utility::SystemException;
 
 TEST(SystemException, JoinsTheContextAndTheSystemsWords)
@@ -41,15 +37,4 @@ TEST(SystemException, ReplacesTheContextAsAWholeOrNotAtAll)
     EXPECT_STREQ("write: Input/output error: Input/output error", exception.what());
     exception.resetContext(nullptr);
     EXPECT_STREQ("Input/output error", exception.what());
-}
-
-TEST(Uuid, IsNewEachTimeInTheUsualForm)
-{
-    std::set<std::string> uuids;
-    const std::regex form("[0-9a-fA-F]{8}(-[0-9a-fA-F]{4}){3}-[0-9a-fA-F]{12}");
-    for (int count = 0; count < 100; ++count) {
-        const std::string uuid = generateUuid();
-        EXPECT_TRUE(std::regex_match(uuid, form) && uuids.insert(uuid).second) << uuid;
-    }
-    allocations::failEach(generateUuid, [] {});
 }

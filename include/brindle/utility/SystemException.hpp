@@ -10,7 +10,7 @@ namespace brindle::utility {
 /// A failed system call, to be thrown: what was being attempted, and why it failed in the system's words.
 ///
 /// - Threads: objects may be made on several threads at once; one object has no lock.
-/// - Errors: the constructor, a copy and resetContext() throw `std::bad_alloc`; the object is then as it was.
+/// - Errors: `std::bad_alloc`, from copies too; after a resetContext() that throws, the object is as it was.
 /// - Lifetime: what() points into the object, until its end or the next resetContext().
 ///
 /// @code
@@ -22,8 +22,8 @@ namespace brindle::utility {
 class BRINDLE_EXPORT SystemException : public std::exception {
 public:
     /// @param context  what was being attempted; null for the system's words alone.
-    /// @param error    an `errno` code; 0 for the value that `errno` has now. Between the failed call and here,
-    ///                 building a context may change `errno`: keep it in a variable, or pass it.
+    /// @param error    an `errno` code; 0 for the value that `errno` has now. Building a context may change `errno`,
+    ///                 before or after an argument `errno` is read: keep it in a variable first.
     explicit SystemException(const char* context, int error = 0);
 
     /// Replaces the context; the system's words stay. @p context may be null, and may be what() itself.

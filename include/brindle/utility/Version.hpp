@@ -40,7 +40,7 @@ public:
     /// @throws std::runtime_error naming the text and its first piece that holds a letter (`isalpha` in the
     ///         current C locale) or a number beyond a 32-bit int. The message ends with the system's words for
     ///         `errno`: ERANGE for the number; for the letter what `errno` was by then, which is 0 after an earlier
-    ///         piece and the caller's own value at the first.
+    ///         piece and the caller's own value at the first. A text that is read, unless empty, leaves `errno` 0.
     explicit Version(std::string text);
 
     /// The decimal digits of @p number, one level each: 123 is 1.2.3 and 10 is 1.0. A negative number has one
