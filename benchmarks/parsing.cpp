@@ -5,11 +5,11 @@
 #include <brindle/utility/Version.hpp>
 
 #include <benchmark/benchmark.h>
+#include <cstdio>
 #include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
-#include <sys/mman.h>
 #include <unistd.h>
 #include <vector>
 
@@ -42,7 +42,7 @@ void versionThroughAStream(benchmark::State& state)
 // A thousand entries, whose keys and values are too long to be kept inside a string.
 std::string configurationFile()
 {
-    static const int descriptor = memfd_create("configuration", 0);
+    static const int descriptor = fileno(std::tmpfile());
     std::string content;
     for (int number = 0; number < 1000; ++number) {
         content += "the-key-of-entry-number-" + std::to_string(number) + "=" + std::string(40, 'v') + "\n";

@@ -1,10 +1,13 @@
 #include "Heartbeat.hpp"
 
+#include <brindle/Application.hpp>
 #include <brindle/threads/ScopedLock.hpp>
 #include <brindle/utility/SystemException.hpp>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
+#include <exception>
 #include <iostream>
 #include <unistd.h>
 
@@ -14,6 +17,7 @@ using brindle::utility::SystemException;
 
 Heartbeat::Heartbeat(const std::string& speaker, int seconds, int count) : Timer(seconds), name(speaker), beats(count)
 {
+    signalMissed(); // one may have come already
 }
 
 void Heartbeat::onTimeout()
@@ -21,8 +25,8 @@ void Heartbeat::onTimeout()
     std::optional<int> exitCode;
     try {
         exitCode = beat();
-    } catch (const SystemException& failure) { // no exception may leave a callback
-        std::cerr << name + ": " + failure.what() + "\n" << std::flush;
+    } catch (const std::exception& failure) { // none may leave a callback
+        std::cerr << name << ": " << failure.what() << std::endl;
         exitCode = EXIT_FAILURE;
     }
     if (exitCode) {
@@ -38,14 +42,23 @@ std::optional<int> Heartbeat::beat()
         return std::nullopt;
     }
     over = true; // should anything fail
-    if (signalled) {
-        return EXIT_FAILURE; // a whole period ago, and still here: the signal came before the loop waited
+    if (signalMissed()) {
+        return EXIT_FAILURE;
     }
-    signalled = Application::HasApplicationTerminated;
     ++beaten;
     say("beat " + std::to_string(beaten));
     over = beaten == beats;
     return over ? std::optional<int>(EXIT_SUCCESS) : std::nullopt;
+}
+
+// A signal ends a waiting loop at once. One seen a second ago, and the program still here: it came before the loop waited.
+bool Heartbeat::signalMissed()
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (Application::HasApplicationTerminated && !signalSeen) {
+        signalSeen = now;
+    }
+    return signalSeen && now - *signalSeen >= std::chrono::seconds(1);
 }
 
 void Heartbeat::say(const std::string& what) const

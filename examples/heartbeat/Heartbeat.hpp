@@ -1,8 +1,8 @@
 #pragma once
 
-#include <brindle/Application.hpp>
 #include <brindle/time/Timer.hpp>
 
+#include <chrono>
 #include <optional>
 #include <pthread.h>
 #include <string>
@@ -22,6 +22,7 @@ public:
 
 private:
     std::optional<int> beat();
+    bool signalMissed();
 
     const std::string name;
     const int beats;
@@ -29,5 +30,5 @@ private:
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER; // guards what follows: callbacks may overlap
     int beaten = 0;
     bool over = false;
-    bool signalled = brindle::Application::HasApplicationTerminated;
+    std::optional<std::chrono::steady_clock::time_point> signalSeen;
 };

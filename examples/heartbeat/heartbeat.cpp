@@ -25,12 +25,11 @@ using brindle::utility::Version;
 
 namespace {
 
-constexpr int USAGE = 2; // the status for a mistake in what the user gave
+constexpr int USAGE = 2; // the status after a mistake in what the user gave
 
-int complain(const std::string& what)
+void complain(const std::string& what)
 {
     std::cerr << "heartbeat: " << what << std::endl;
-    return USAGE;
 }
 
 /// Says what the options found wrong; what the parser found wrong it has said itself.
@@ -44,20 +43,22 @@ int refuse(const std::vector<Option*>& options)
     return Application::app().printHelp(true);
 }
 
-int readFile(const std::string& path, const std::vector<Setting*>& settings)
+bool readFile(const std::string& path, const std::vector<Setting*>& settings)
 {
     Configuration file;
     std::error_code none;
     if (std::filesystem::is_directory(path, none) || !file.readCfgFile(path)) {
-        return complain("--config: '" + path + "' is not a file that can be read");
+        complain("--config: '" + path + "' is not a file that can be read");
+        return false;
     }
-    int status = EXIT_SUCCESS;
+    bool good = true;
     for (Setting* setting : settings) {
         if (!setting->takeFrom(file)) {
-            status = complain(path + ": " + setting->errors());
+            complain(path + ": " + setting->errors());
+            good = false;
         }
     }
-    return status;
+    return good;
 }
 
 int run(const std::string& name, int seconds, int beats)
@@ -108,13 +109,16 @@ int main(int argc, char** argv)
         std::cout << "heartbeat " << Version(HEARTBEAT_VERSION) << std::endl;
         return EXIT_SUCCESS;
     }
-    if (config.isSet() && readFile(config.argument(), {&name, &beats, &interval}) != EXIT_SUCCESS) {
+    std::error_code none;
+    const std::string usual = app.appPrefix("bin") + "etc/heartbeat.conf";
+    const std::string file = config.isSet() ? config.argument() : usual;
+    if ((config.isSet() || std::filesystem::exists(usual, none)) && !readFile(file, {&name, &beats, &interval})) {
         return USAGE;
     }
     try {
         return run(name.value(), interval.number(), beats.number());
     } catch (const SystemException& failure) {
-        std::cerr << "heartbeat: " << failure.what() << std::endl;
+        complain(failure.what());
         return EXIT_FAILURE;
     }
 }
