@@ -4,8 +4,8 @@
 //
 // Starts child processes that end on the named road, each with other random pauses, and says how they ended. How many:
 // BRINDLE_STRESS_CHILDREN, by default 100. Status 0: all ended as they should. A child's statuses besides those of its
-// road: 95, no timer could be had; 96, a forked grandchild went wrong; 97, HasApplicationTerminated was wrong; 98, errno
-// was disturbed; killed by signal 14: it hung.
+// road: 95, no timer could be had; 96, a forked grandchild went wrong; 97, HasApplicationTerminated was wrong; 98,
+// errno was disturbed; killed by signal 14: it hung.
 
 #include <brindle/Application.hpp>
 #include <brindle/time/Timer.hpp>

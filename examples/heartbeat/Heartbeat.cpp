@@ -51,7 +51,7 @@ std::optional<int> Heartbeat::beat()
     return over ? std::optional<int>(EXIT_SUCCESS) : std::nullopt;
 }
 
-// A signal ends a waiting loop at once. One seen a second ago, and the program still here: it came before the loop waited.
+// A signal ends a waiting loop at once. If one was seen a second ago, it came before the loop waited.
 bool Heartbeat::signalMissed()
 {
     const auto now = std::chrono::steady_clock::now();

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,12 +44,23 @@ int refuse(const std::vector<Option*>& options)
     return Application::app().printHelp(true);
 }
 
+/// The file that the command line names, else the usual one if it is there.
+std::optional<std::string> configurationFile(const Option& config)
+{
+    if (config.isSet()) {
+        return config.argument();
+    }
+    const std::string usual = Application::app().appPrefix("bin") + "etc/heartbeat.conf";
+    std::error_code none;
+    return std::filesystem::exists(usual, none) ? std::optional<std::string>(usual) : std::nullopt;
+}
+
 bool readFile(const std::string& path, const std::vector<Setting*>& settings)
 {
     Configuration file;
     std::error_code none;
     if (std::filesystem::is_directory(path, none) || !file.readCfgFile(path)) {
-        complain("--config: '" + path + "' is not a file that can be read");
+        complain("'" + path + "' is not a configuration file that can be read");
         return false;
     }
     bool good = true;
@@ -109,10 +121,8 @@ int main(int argc, char** argv)
         std::cout << "heartbeat " << Version(HEARTBEAT_VERSION) << std::endl;
         return EXIT_SUCCESS;
     }
-    std::error_code none;
-    const std::string usual = app.appPrefix("bin") + "etc/heartbeat.conf";
-    const std::string file = config.isSet() ? config.argument() : usual;
-    if ((config.isSet() || std::filesystem::exists(usual, none)) && !readFile(file, {&name, &beats, &interval})) {
+    const std::optional<std::string> file = configurationFile(config);
+    if (file && !readFile(*file, {&name, &beats, &interval})) {
         return USAGE;
     }
     try {
