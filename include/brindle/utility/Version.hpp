@@ -10,8 +10,8 @@ namespace brindle::utility {
 
 class BRINDLE_EXPORT Version;
 
-/// Writes the levels with dots between, each as the stream writes an int: its flags apply, and a field width is
-/// spent on the first level. A version without levels writes nothing.
+/// Writes the levels with dots between, each as the stream writes an int: with its flags and the digit grouping of
+/// its locale; a field width is spent on the first level. A version without levels writes nothing.
 BRINDLE_EXPORT std::ostream& operator<<(std::ostream& stream, const Version& version);
 
 /// A dotted version number such as 1.10.2: read from a text, compared level by level, written to a stream.
