@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 #include <unistd.h>
 
 using brindle::Application;
@@ -17,7 +18,6 @@ using brindle::utility::SystemException;
 
 Heartbeat::Heartbeat(const std::string& speaker, int seconds, int count) : Timer(seconds), name(speaker), beats(count)
 {
-    signalMissed(); // one may have come already
 }
 
 void Heartbeat::onTimeout()
@@ -43,7 +43,7 @@ std::optional<int> Heartbeat::beat()
     }
     over = true; // should anything fail
     if (signalMissed()) {
-        return EXIT_FAILURE;
+        throw std::runtime_error(TOO_EARLY);
     }
     ++beaten;
     say("beat " + std::to_string(beaten));
@@ -51,7 +51,7 @@ std::optional<int> Heartbeat::beat()
     return over ? std::optional<int>(EXIT_SUCCESS) : std::nullopt;
 }
 
-// A signal ends a waiting loop at once. If one was seen a second ago, it came before the loop waited.
+// A signal ends a waiting loop at once. One that was seen a second ago came in the moment before the loop waited.
 bool Heartbeat::signalMissed()
 {
     const auto now = std::chrono::steady_clock::now();

@@ -12,6 +12,9 @@
 /// Never destroyed, since a callback may come late.
 class Heartbeat : public brindle::time::Timer {
 public:
+    /// What there is to say about a signal that came before the loop waited: the loop would never know.
+    static constexpr const char* TOO_EARLY = "told to stop before the loop waited";
+
     Heartbeat(const std::string& speaker, int seconds, int count);
 
     void onTimeout() override;

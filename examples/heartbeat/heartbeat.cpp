@@ -10,10 +10,13 @@
 #include <brindle/utility/Version.hpp>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -80,6 +83,9 @@ int run(const std::string& name, int seconds, int beats)
     if (heartbeat.start() != 0) {
         throw SystemException("start the timer", errno);
     }
+    if (Application::HasApplicationTerminated) {
+        throw std::runtime_error(Heartbeat::TOO_EARLY);
+    }
     const int exitCode = Application::app().runEventLoop();
     heartbeat.stop();
     if (exitCode > EXIT_FAILURE) { // a signal's
@@ -91,7 +97,9 @@ int run(const std::string& name, int seconds, int beats)
 }
 
 int main(int argc, char** argv)
-{
+try {
+    std::signal(SIGPIPE, SIG_IGN); // a reader that has gone is a failed write, whichever thread writes
+
     Option help("help", 'h', false, "Show this help text.");
     Option version("version", 'V', false, "Show the version.");
     Option config("config", 'c', true, "Read what is not set here from FILE, as words such as beats=3.");
@@ -118,17 +126,17 @@ int main(int argc, char** argv)
         return app.printHelp(false);
     }
     if (version.isSet()) {
-        std::cout << "heartbeat " << Version(HEARTBEAT_VERSION) << std::endl;
+        if (!(std::cout << "heartbeat " << Version(HEARTBEAT_VERSION) << std::endl)) {
+            throw SystemException("write to standard output", errno);
+        }
         return EXIT_SUCCESS;
     }
     const std::optional<std::string> file = configurationFile(config);
     if (file && !readFile(*file, {&name, &beats, &interval})) {
         return USAGE;
     }
-    try {
-        return run(name.value(), interval.number(), beats.number());
-    } catch (const SystemException& failure) {
-        complain(failure.what());
-        return EXIT_FAILURE;
-    }
+    return run(name.value(), interval.number(), beats.number());
+} catch (const std::exception& failure) {
+    complain(failure.what());
+    return EXIT_FAILURE;
 }
