@@ -7,6 +7,8 @@
 // road: 95, no timer could be had; 96, a forked grandchild went wrong; 97, HasApplicationTerminated was wrong; 98,
 // errno was disturbed; killed by signal 14: it hung.
 
+#include "StressChildren.hpp"
+
 #include <brindle/Application.hpp>
 #include <brindle/time/Timer.hpp>
 
@@ -340,8 +342,7 @@ int main(int argc, char** argv)
         std::cerr << std::endl;
         return 2;
     }
-    const char* wanted = std::getenv("BRINDLE_STRESS_CHILDREN");
-    const unsigned children = wanted != nullptr ? static_cast<unsigned>(std::stoul(wanted)) : 100;
+    const unsigned children = stressChildren();
     const unsigned firstSeed = argc > 2 ? static_cast<unsigned>(std::stoul(argv[2])) : 1;
     const int wrong = fuzz(named->second, firstSeed, children);
     std::cout << named->first << ": " << children << " children, " << wrong << " ended wrongly" << std::endl;

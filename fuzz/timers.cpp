@@ -7,6 +7,8 @@
 // callbacks overlap and come late. How many sensors: five times BRINDLE_STRESS_CHILDREN, by default 500. Status 0:
 // every poll found its sensor alive and alone; in a build with a sanitizer, that has found nothing either.
 
+#include "StressChildren.hpp"
+
 #include <brindle/threads/ScopedLock.hpp>
 #include <brindle/time/Timer.hpp>
 
@@ -110,8 +112,7 @@ void Ticker::onTimeout()
 int main(int argc, char** argv)
 {
     std::minstd_rand random(argc > 1 ? static_cast<unsigned>(std::stoul(argv[1])) : 1);
-    const char* wanted = std::getenv("BRINDLE_STRESS_CHILDREN");
-    const unsigned long rounds = 5 * (wanted != nullptr ? std::stoul(wanted) : 100);
+    const unsigned long rounds = 5UL * stressChildren();
     static Ticker& ticker = *new Ticker;
     for (unsigned long round = 0; round < rounds; ++round) {
         const auto sensor = std::make_unique<Sensor>(ticker, std::chrono::microseconds(random() % 400));

@@ -6,13 +6,15 @@
 // released by signal() and broadcast() at random. How many rounds: 200 times BRINDLE_STRESS_CHILDREN, by default
 // 20,000. Status 0: the releases and the returns match.
 
+#include "RealCall.hpp"
+#include "StressChildren.hpp"
+
 #include <brindle/threads/CondVar.hpp>
 #include <brindle/threads/ScopedLock.hpp>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <iostream>
 #include <random>
 #include <string>
@@ -25,7 +27,7 @@ using brindle::threads::ScopedLock;
 // Called by the library in place of the system's. Some libcs report an interruption with a wrong errno.
 extern "C" int sem_wait(sem_t* semaphore)
 {
-    static const auto real = reinterpret_cast<decltype(&sem_wait)>(dlsym(RTLD_NEXT, "sem_wait"));
+    static auto* const real = REAL_CALL(sem_wait);
     thread_local std::minstd_rand random;
     if (random() % 4 == 0) {
         errno = EAGAIN;
@@ -76,8 +78,7 @@ int main(int argc, char** argv)
     sigaction(SIGUSR1, &interruption, nullptr);
 
     std::minstd_rand random(argc > 1 ? static_cast<unsigned>(std::stoul(argv[1])) : 1);
-    const char* wanted = std::getenv("BRINDLE_STRESS_CHILDREN");
-    const unsigned long rounds = 200 * (wanted != nullptr ? std::stoul(wanted) : 100);
+    const unsigned long rounds = 200UL * stressChildren();
     std::vector<std::thread> waiters(WAITERS);
     for (std::thread& waiter : waiters) {
         waiter = std::thread(waitAgainAndAgain);
