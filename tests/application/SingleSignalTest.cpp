@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <semaphore.h>
 #include <string>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
@@ -72,7 +73,7 @@ TEST(SingleSignal, EndsTheLoopWhereverItIsInItsWait)
     ASSERT_EQ(0, app.init(&argc, argv, nullptr));
     loopThread = pthread_self();
     std::thread helper([] {
-        for (helperId = gettid();;) {
+        for (helperId = static_cast<pid_t>(syscall(SYS_gettid));;) {
             pause();
         }
     });

@@ -32,7 +32,8 @@ extern "C" {
 int timer_create(clockid_t clock, sigevent* event, timer_t* id) noexcept
 {
     int detachState = -1;
-    pthread_attr_getdetachstate(event->sigev_notify_attributes, &detachState);
+    const auto* attributes = static_cast<pthread_attr_t*>(event->sigev_notify_attributes); // a void* in uClibc
+    pthread_attr_getdetachstate(attributes, &detachState);
     EXPECT_TRUE(clock == CLOCK_REALTIME && detachState == PTHREAD_CREATE_DETACHED);
     errno = EAGAIN;
     const int result = failingCall == Call::CREATE ? -1 : REAL_CALL(timer_create)(clock, event, id);
