@@ -8,8 +8,14 @@ set -uo pipefail
 failures=0
 commands=0
 status=0
-output=$(mktemp)
-trap 'rm -f "$output"' EXIT
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+output=$scratch/output
+if [ -n "${BRINDLE_EMULATOR:-}" ]; then
+    printf '#!/bin/sh\nexec %s %s "$@"\n' "$BRINDLE_EMULATOR" "$(type -P heartbeat)" >"$scratch/heartbeat"
+    chmod +x "$scratch/heartbeat"
+    PATH=$scratch:$PATH
+fi
 
 # run_until_signal SIGNAL COMMAND LINES: adds the command's lines to $output, and sends the signal after so many.
 run_until_signal() {

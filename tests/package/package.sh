@@ -1,8 +1,8 @@
 #!/bin/sh
-# package.sh BUILD_DIR SOURCE_DIR COMPILER: installs the library to a place of its own, and there builds and runs the
-# README's program outside the tree, once through the CMake package and once through pkg-config.
+# package.sh BUILD_DIR SOURCE_DIR COMPILER [TOOLCHAIN_FILE]: installs the library to a place of its own, and there builds
+# and runs the README's program outside the tree, once through the CMake package and once through pkg-config.
 set -eu
-build=$1 source=$2 compiler=$3
+build=$1 source=$2 compiler=$3 toolchain=${4:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
@@ -13,19 +13,21 @@ sed -n '/^```cpp$/,/^```$/p' "$source/README.md" | sed '/^```/d' >"$work/main.cp
 diff -u "$source/examples/minimal.cpp" "$work/main.cpp"
 
 check() { # check PROGRAM
-    "$1" --help | grep -q '^  -h, --help  Show this help text\.$'
-    "$1" >/dev/null
+    $BRINDLE_EMULATOR "$1" --help | grep -q '^  -h, --help  Show this help text\.$'
+    $BRINDLE_EMULATOR "$1" >/dev/null
     echo "$1 works"
 }
 
 cp "$source/tests/package/consumer/CMakeLists.txt" "$work"
-cmake -G Ninja -S "$work" -B "$work/cmake" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$prefix" >"$work/configure.log"
+# A toolchain file adds the sysroot to the roots that are searched.
+cmake -G Ninja -S "$work" -B "$work/cmake" ${toolchain:+--toolchain "$toolchain" -DCMAKE_FIND_ROOT_PATH="$prefix"} \
+    -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_PREFIX_PATH="$prefix" >"$work/configure.log"
 cmake --build "$work/cmake"
 check "$work/cmake/program"
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name brindle.pc)")
 export PKG_CONFIG_PATH
-# shellcheck disable=SC2046 # a list of flags
-"$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror "$work/main.cpp" -o "$work/program" \
+# shellcheck disable=SC2046,SC2086 # lists of flags
+"$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror $LDFLAGS "$work/main.cpp" -o "$work/program" \
     $(pkg-config --cflags --libs brindle) "-Wl,-rpath,$(pkg-config --variable=libdir brindle)"
 check "$work/program"

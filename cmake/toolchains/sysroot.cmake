@@ -1,0 +1,17 @@
+# Included by the toolchain files beside it: headers and libraries come from the sysroot that script/cross made.
+if(NOT "$ENV{BRINDLE_CROSS_ROOT}" STREQUAL "")
+  set(brindle_cross_root $ENV{BRINDLE_CROSS_ROOT})
+else()
+  set(brindle_cross_root $ENV{HOME}/.cache/brindle)
+endif()
+set(BRINDLE_CROSS_ROOT ${brindle_cross_root} CACHE PATH "Where script/cross keeps what it built for each target")
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES BRINDLE_CROSS_ROOT)
+set(BRINDLE_SYSROOT ${BRINDLE_CROSS_ROOT}/${BRINDLE_TARGET}/sysroot)
+
+list(APPEND CMAKE_FIND_ROOT_PATH ${BRINDLE_SYSROOT})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_LIBDIR} ${BRINDLE_SYSROOT}/usr/lib/pkgconfig)
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${BRINDLE_SYSROOT})
