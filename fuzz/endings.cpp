@@ -149,21 +149,35 @@ int byWorkers()
     return waitInLoop(false);
 }
 
-// Its callbacks overlap, and come before the loop waits and after it has ended. Never destroyed, so that they may.
 class ExitTimer : public brindle::time::Timer {
 public:
     ExitTimer() : Timer(1) {}
     void onTimeout() override { Application::app().exit(11); }
 };
 
-int byTimer()
+// The handler runs in the callback. Some libcs let signals through there, others have to be told.
+class SignalTimer : public brindle::time::Timer {
+public:
+    SignalTimer() : Timer(1) {}
+    void onTimeout() override
+    {
+        sigset_t none;
+        sigemptyset(&none);
+        pthread_sigmask(SIG_SETMASK, &none, nullptr);
+        std::raise(SIGINT);
+    }
+};
+
+// The callbacks overlap, and come before the loop waits and after it has ended. Never destroyed, so that they may.
+template <typename EndingTimer>
+int byTimer(bool signalsCame)
 {
-    static ExitTimer& timer = *new ExitTimer;
+    static EndingTimer& timer = *new EndingTimer;
     if (timer.start() != 0) {
         return 95;
     }
     pauseAtRandom();
-    const int code = waitInLoop(false);
+    const int code = waitInLoop(signalsCame);
     pauseAtRandom();
     timer.stop();
     return code;
@@ -287,7 +301,8 @@ const std::map<std::string, Kind> ROADS = {
     {"sigterm", {[] { return bySignal(SIGTERM); }, {145}}},
     {"both-signals", {byBothSignals, {132, 145}}},
     {"exit-by-workers", {byWorkers, {3}}},
-    {"exit-by-timer", {byTimer, {11}}},
+    {"exit-by-timer", {[] { return byTimer<ExitTimer>(false); }, {11}}},
+    {"signal-in-callback", {[] { return byTimer<SignalTimer>(true); }, {132}}},
     {"exit-before-loop", {byExitBeforeTheLoop, {4}}},
     {"signals-on-the-way-down", {withSignalsOnTheWayDown, {5}}},
     {"signal-before-loop", {afterASignalThatNobodyWaitedFor, {6}}},
