@@ -33,7 +33,8 @@ using brindle::Application;
 
 namespace {
 
-constexpr unsigned SECONDS_TO_A_HANG = 240; // a loaded machine has kept runnable threads waiting for more than 60
+// A loaded machine has kept runnable threads waiting for more than 60.
+constexpr unsigned SECONDS_TO_A_HANG = 240 * TIME_LIMIT_FACTOR;
 constexpr std::size_t AT_ONCE = 12;
 
 std::atomic<unsigned> seed = 0;
