@@ -1,25 +1,33 @@
-# Sourced by the scripts beside it, which set `target`: what the two have in common.
+# Sourced by the scripts beside it, which set `target`, and `recipe_files` for what their steps read of this project.
 # They leave everything in $BRINDLE_CROSS_ROOT/$target, by default below ~/.cache/brindle.
+# shellcheck disable=SC2154 # those two
 set -euo pipefail
 default=~/.cache/brindle
 BRINDLE_CROSS_ROOT=$(realpath -m "${BRINDLE_CROSS_ROOT:-$default}")
 export BRINDLE_CROSS_ROOT LC_ALL=C
+# What is set for this machine's compiler is not for the target's.
+unset CC CXX CPP CFLAGS CXXFLAGS CPPFLAGS LDFLAGS LIBS CPATH LIBRARY_PATH MAKEFLAGS
+case $BRINDLE_CROSS_ROOT in
+    *[[:space:]]*)
+        echo "${0##*/}: '$BRINDLE_CROSS_ROOT' has a blank in it; set BRINDLE_CROSS_ROOT to a directory without" >&2
+        exit 2
+        ;;
+esac
 project=$(cd "${BASH_SOURCE[0]%/*}/../.." && pwd)
-# shellcheck disable=SC2154 # target: see above
 root=$BRINDLE_CROSS_ROOT/$target
 sysroot=$root/sysroot
 sources=$root/sources
 build=$root/build
 jobs=$(nproc)
 
-# The steps and files that make the target: after a change to any of them what was made before is of no use.
+# recipe STEP...: what makes the target. After a change to it what was made before is of no use.
 recipe() {
-    declare -f
-    cat "$project/script/sysroot/uclibc-compiler" "$project/cmake/toolchains/uclibc-ng.config"
+    declare -f "$@" configure_make_install
+    (cd "$project" && cat cmake/toolchains/sysroot.cmake "cmake/toolchains/$target.cmake" "${recipe_files[@]}")
 }
 
 is_ready() {
-    [ -e "$root/ready" ] && recipe | cmp -s - "$root/recipe"
+    [ -e "$root/ready" ] && cmp -s "$root/recipe" <(recipe "$@")
 }
 
 # prepare STEP...: takes the steps that have not been taken, one function each. A run that was interrupted goes on where
@@ -28,13 +36,21 @@ prepare() {
     local step log started status lock
     mkdir -p "$BRINDLE_CROSS_ROOT"
     exec {lock}>"$root.lock"
-    flock "$lock"
-    if is_ready; then return; fi
+    if ! flock -n "$lock"; then
+        echo "$target: waits for another run that prepares it"
+        flock "$lock"
+    fi
+    if is_ready "$@"; then return; fi
 
     "$project/script/bootstrap" "${0##*/}"
-    recipe | cmp -s - "$root/recipe" || rm -rf "$root"
+    if [ -e "$root" ] && [ ! -e "$root/recipe" ]; then
+        echo "${0##*/}: '$root' is not from here; move it away, or set BRINDLE_CROSS_ROOT to another directory" >&2
+        exit 1
+    fi
+    cmp -s "$root/recipe" <(recipe "$@") || rm -rf "$root"
+    mkdir -p "$root"
+    recipe "$@" >"$root/recipe"
     mkdir -p "$root/done" "$root/log" "$sysroot/usr/include" "$sysroot/usr/lib" "$sysroot/lib"
-    recipe >"$root/recipe"
     for step; do
         if [ -e "$root/done/$step" ]; then continue; fi
         started=$SECONDS
@@ -65,7 +81,7 @@ main() {
     shift
     case $option in
         '') prepare "$@" ;;
-        --is-ready) is_ready ;;
+        --is-ready) is_ready "$@" ;;
         *)
             echo "${0##*/}: '$option' is not --is-ready" >&2
             exit 2
@@ -80,7 +96,7 @@ fetch_debian_sources() {
     mkdir -p "$apt/sources.list.d" "$apt/lists/partial" "$apt/cache/archives/partial"
     touch "$apt/sources.list"
     if [ -e /etc/apt/sources.list ]; then
-        sed -n 's/^deb /deb-src /p' /etc/apt/sources.list >"$apt/sources.list"
+        sed -n 's/^deb[[:blank:]]/deb-src /p' /etc/apt/sources.list >"$apt/sources.list"
     fi
     for list in /etc/apt/sources.list.d/*.sources; do
         if grep -qs debian-archive-keyring "$list"; then

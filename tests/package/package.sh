@@ -1,8 +1,9 @@
 #!/bin/sh
 # package.sh BUILD_DIR SOURCE_DIR COMPILER [TOOLCHAIN_FILE]: installs the library to a place of its own, and there builds
 # and runs the README's program outside the tree, once through the CMake package and once through pkg-config.
+# For another machine: BRINDLE_EMULATOR starts programs, and LDFLAGS says how they are linked.
 set -eu
-build=$1 source=$2 compiler=$3 toolchain=${4:-}
+build=$1 source=$2 compiler=$3 toolchain=${4:-} emulator=${BRINDLE_EMULATOR:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
@@ -13,8 +14,8 @@ sed -n '/^```cpp$/,/^```$/p' "$source/README.md" | sed '/^```/d' >"$work/main.cp
 diff -u "$source/examples/minimal.cpp" "$work/main.cpp"
 
 check() { # check PROGRAM
-    $BRINDLE_EMULATOR "$1" --help | grep -q '^  -h, --help  Show this help text\.$'
-    $BRINDLE_EMULATOR "$1" >/dev/null
+    $emulator "$1" --help | grep -q '^  -h, --help  Show this help text\.$'
+    $emulator "$1" >/dev/null
     echo "$1 works"
 }
 
@@ -28,6 +29,6 @@ check "$work/cmake/program"
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name brindle.pc)")
 export PKG_CONFIG_PATH
 # shellcheck disable=SC2046,SC2086 # lists of flags
-"$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror $LDFLAGS "$work/main.cpp" -o "$work/program" \
+"$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror ${LDFLAGS:-} "$work/main.cpp" -o "$work/program" \
     $(pkg-config --cflags --libs brindle) "-Wl,-rpath,$(pkg-config --variable=libdir brindle)"
 check "$work/program"
