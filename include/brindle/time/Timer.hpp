@@ -37,9 +37,9 @@ class BRINDLE_EXPORT TimerImpl;
 ///   stack of its own (8 MiB of address space by default on Debian).
 /// - They come late: stop() ends the expiries, not the callbacks. One that has begun runs on, and one whose thread
 ///   was made just before stop() may begin after stop() has returned, or after a restart().
-/// - They come early: glibc may credit the last expiry of a stopped timer to the next one that is started, whichever
-///   object that is (10 and 28 times in two runs that stopped 20,000 timers as they expired, and started others of
-///   an hour).
+/// - They come early: glibc and uClibc-ng may credit the last expiry of a stopped timer to the next one that is
+///   started, whichever object that is (with glibc 10 and 28 times in two runs that stopped 20,000 timers as they
+///   expired, and started others of an hour).
 /// - No exception may leave onTimeout(): it would end the process. The same goes for a `catch (...)` that does
 ///   not rethrow, around code that calls `pthread_exit`.
 ///
