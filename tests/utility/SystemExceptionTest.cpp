@@ -20,6 +20,7 @@ TEST(SystemException, JoinsTheContextAndTheSystemsWords)
     for (const auto& [context, error, errnoBefore, text] : rows) {
         errno = errnoBefore;
         EXPECT_STREQ(text, SystemException(context, error).what());
+        EXPECT_EQ(errnoBefore, errno);
     }
 }
 
