@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -126,7 +127,8 @@ try {
         return app.printHelp(false);
     }
     if (version.isSet()) {
-        if (!(std::cout << "heartbeat " << Version(HEARTBEAT_VERSION) << std::endl)) {
+        std::cout << "heartbeat " << Version(HEARTBEAT_VERSION) << std::endl;
+        if (!std::cout || std::ferror(stdout) != 0) { // on uClibc-ng the stream stays good
             throw SystemException("write to standard output", errno);
         }
         return EXIT_SUCCESS;
