@@ -23,7 +23,8 @@ class Option;
 ///   hang, and the interrupted code keeps its `errno`. One that comes while no loop waits only sets
 ///   HasApplicationTerminated. No function but HasApplicationTerminated is for signal handlers of the program.
 /// - fork: allowed at any time, but not in a signal handler, through `fork` (which runs the handlers of
-///   `pthread_atfork`). Nobody waits in the child's event loop.
+///   `pthread_atfork`). Nobody waits in the child's event loop. With uClibc-ng `malloc` may hang in the child of a
+///   program that has threads (measured on 1.0.35), so there it does no more than exec or `_exit`.
 /// - Lifetime: made by the first app(), destroyed at process exit. Signals and exit() are harmless after that.
 ///
 /// @code
@@ -126,7 +127,8 @@ public:
     ///
     /// One request ends one runEventLoop(). A further one finds nobody and keeps trying while the program goes
     /// down, and after its 20 s ends the process with status 1, whatever the program is doing then: so make one
-    /// request only, or be down sooner. Do not join a thread that may be inside exit(): detach it, and return
+    /// request only, or be down sooner. (With uClibc-ng the process then does not end before the exit handlers that
+    /// are running are through.) Do not join a thread that may be inside exit(): detach it, and return
     /// from main. Once the application has been destroyed, exit() returns without effect.
     void exit(int code);
 

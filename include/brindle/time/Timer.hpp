@@ -144,7 +144,7 @@ public:
     /// Arms the timer with the duration of this moment. A started one is stopped first and begins anew.
     ///
     /// @return 0, or −1 with `errno` as the failing call set it. After a failed timer_create the timer is stopped;
-    ///         EAGAIN says that this user has no timer left (RLIMIT_SIGPENDING), or that glibc could not make the
+    ///         EAGAIN says that this user has no timer left (RLIMIT_SIGPENDING), or that the libc could not make the
     ///         thread which serves all timers, and then every later start() in this process fails too.
     ///         After a failed timer_settime (EINVAL: a negative duration) it is started but never expires.
     ///         A duration of 0 is no failure: started, and never expires.
