@@ -11,6 +11,7 @@ status=0
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 output=$scratch/output
+# A program of its own, since the commands name heartbeat alone and "exec" takes no function.
 if [ -n "${BRINDLE_EMULATOR:-}" ]; then
     printf '#!/bin/sh\nexec %s %s "$@"\n' "$BRINDLE_EMULATOR" "$(type -P heartbeat)" >"$scratch/heartbeat"
     chmod +x "$scratch/heartbeat"
