@@ -7,11 +7,15 @@ namespace brindle::threads {
 
 namespace {
 
+// Linux's SCHED_RESET_ON_FORK, which not every libc names: a flag that comes with the policy, but is none.
+constexpr int RESET_ON_FORK = 0x40000000;
+
 int priorityOfThisThread()
 {
     int policy = SCHED_OTHER;
     sched_param param = {};
     pthread_getschedparam(pthread_self(), &policy, &param);
+    policy &= ~RESET_ON_FORK;
     const bool realTime = policy == SCHED_FIFO || policy == SCHED_RR;
     return realTime ? param.sched_priority : 0;
 }
