@@ -22,8 +22,11 @@ class Option;
 ///   and again, aimed at the process or at one thread: none is lost while the loop waits, none makes anything
 ///   hang, and the interrupted code keeps its `errno`. One that comes while no loop waits only sets
 ///   HasApplicationTerminated. No function but HasApplicationTerminated is for signal handlers of the program.
+///   While `system` runs a command, a Ctrl-C does not reach the program: it has SIGINT and SIGQUIT ignored.
 /// - fork: allowed at any time, but not in a signal handler, through `fork` (which runs the handlers of
-///   `pthread_atfork`). Nobody waits in the child's event loop. With uClibc-ng `malloc` may hang in the child of a
+///   `pthread_atfork`). Nobody waits in the child's event loop. If another thread was ending the process, nobody
+///   can end the child's application: runEventLoop() waits for ever there, and exit() returns. The child of `vfork`
+///   runs the handlers on the parent's memory until it execs. With uClibc-ng `malloc` may hang in the child of a
 ///   program that has threads (measured on 1.0.35), so there it does no more than exec or `_exit`.
 /// - Lifetime: made by the first app(), destroyed at process exit. Signals and exit() are harmless after that.
 ///
@@ -85,7 +88,8 @@ public:
     ///         - any other APR status below APR_BADCH (70012), should the parser ever return one.
     ///
     /// Stop at the first 1: the parser does not move past an error inside a group of letters, so with "-axz"
-    /// and an unknown x every further call returns the same 1.
+    /// and an unknown x every further call returns the same 1. Stop at −1, too: a call after "--" would go on with
+    /// the operands.
     ///
     /// Options come before operands: in "-v file -x" the "-x" is not looked at. The program reads its operands
     /// from its own argv.
@@ -118,7 +122,18 @@ public:
     /// no request can come any more, and it just waits. The thread must not be cancelled (`pthread_cancel`).
     ///
     /// A signal that came before is not remembered here. HasApplicationTerminated tells of it, but this thread
-    /// may look too early; a worker that looks now and then, and calls exit(), misses none.
+    /// may look too early. A thread that is started after init() and looks now and then misses none (its request may
+    /// be a further one, so be down within 20 s; see exit()):
+    ///
+    /// @code
+    /// std::thread([] {
+    ///     while (!Application::HasApplicationTerminated) {
+    ///         std::this_thread::sleep_for(500ms);
+    ///     }
+    ///     std::this_thread::sleep_for(500ms);         // a loop that waited has returned the signal's own code
+    ///     Application::app().exit(145);               // one that did not is released as soon as it waits
+    /// }).detach();
+    /// @endcode
     int runEventLoop();
 
     /// Asks the event loop to end with @p code, from another thread. Returns once a waiting loop has been

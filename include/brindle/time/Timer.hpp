@@ -153,7 +153,7 @@ public:
     /// No expiry comes after this, but callbacks may (see above). Does nothing to a stopped timer.
     void stop();
 
-    /// The same as start(), for where a timer that runs already is to begin anew.
+    /// The same as start(), for where a timer that runs already is to begin anew. `std::bad_alloc` leaves it running.
     int restart();
 
     /// In whole seconds, from 0 up; taken by the next start() or restart(), not by a period under way.
