@@ -1,0 +1,56 @@
+// How requests, signals and the end of the process meet, where one of the two threads ends it.
+//
+// The main thread calls init, or does not; then it runs its loop up to twice, and returns. The other is in the C
+// library for a while, and then calls exit, or std::exit, or neither.
+
+#define THREADS 2
+#define THREAD_IDS {0, 1}
+#define OWN_MASKS {0, 0}
+#define SIGNALLED_THREADS 2
+#define FIRST_LOOP 0
+#define SECOND_LOOP 0
+#define LOOP_CALLS 2
+#define EXIT_ATTEMPTS 2
+#include "record.pml"
+
+active proctype Main() provided (!suspended[_pid])
+{
+    byte me = _pid;
+    byte calls;
+    LOCALS;
+    if
+    :: skip
+    :: initialised = true;
+        do
+        :: atomic { calls < LOOP_CALLS -> calls++ };
+            runEventLoop()
+        :: break
+        od
+    fi;
+    endTheProcess();
+parked:
+    skip
+}
+
+active proctype Other() provided (!suspended[_pid])
+{
+    byte me = _pid;
+    LOCALS;
+end_beforeInit:
+    initialised;
+    libraryCall();
+    if
+    :: exit(A_CODE);
+        if
+        :: released -> goto parked
+        :: !released
+        fi
+    :: skip
+    :: goto parked
+    fi;
+    endTheProcess();
+parked:
+    skip
+}
+
+#include "signals.pml"

@@ -1,0 +1,189 @@
+// What a fork finds, and what its child does.
+//
+// A loop, a request, the end of the process or another fork are under way while a thread forks. Parent and child share
+// nothing from then on, so each is followed by itself: the fork goes on as either. In the child the other threads are
+// gone, wherever they were, and the handlers that ran on them. It then makes a request, runs a loop or ends.
+//
+// 26 states are unreached, as they should be, in functions that ending.pml reaches whole: there is no loop in the child
+// but that of its one thread, nobody else is inside its gate, and the thread that blocks SIGTERM gets none.
+
+#define THREADS 3
+#define THREAD_IDS {0, 1, 2}
+#define OWN_MASKS {0, 2, 0} // two that fork at once have two masks to restore
+#define SIGNALLED_THREADS 3
+#define FORKER 2
+#define FIRST_LOOP 0
+#define SECOND_LOOP FORKER
+#define EXIT_ATTEMPTS 1
+#define GONE (isChild && me != FORKER && me != NOBODY)
+#include "record.pml"
+
+bool isChild;
+byte gone; // threads that the child has lost
+
+byte maskOutsideTheFork[THREADS];
+#ifndef WITHOUT_A_SAVED_MASK_PER_THREAD // each thread that forks keeps its mask for itself
+#define MY_MASK_OUTSIDE_THE_FORK maskOutsideTheFork[me]
+#else
+#define MY_MASK_OUTSIDE_THE_FORK maskOutsideTheFork[0]
+#endif
+
+inline beforeFork()
+{
+#ifndef WITHOUT_BLOCKING_ACROSS_THE_FORK // fork blocks the signals until the child's record is in order
+    blockTerminationSignals(MY_MASK_OUTSIDE_THE_FORK);
+#else
+    MY_MASK_OUTSIDE_THE_FORK = mask[me];
+#endif
+#ifdef WITHOUT_FORKING_WITHOUT_THE_MUTEX // the mutex is not held across the fork
+    enterGate();
+    if
+    :: pass -> pthread_mutex_lock()
+    :: !pass
+    fi;
+#endif
+    skip
+}
+
+#ifdef WITHOUT_FORKING_WITHOUT_THE_MUTEX
+inline giveTheMutexBack()
+{
+    if
+    :: pass -> pthread_mutex_unlock(); leaveGate()
+    :: !pass
+    fi
+}
+#endif
+
+inline forgetLocals()
+{
+    pass = false; released = false; inUse = false; returned = false; previous = 0; callersMask = 0; attempt = 0
+}
+
+// The end of a thread. In the child it comes at once, and all that it leaves is what it had done to the record.
+inline vanish()
+{
+    atomic { isChild -> forgetLocals(); gone++ }
+}
+
+// The C library holds malloc's lock meanwhile, and gives the child a new one.
+inline fork()
+{
+    atomic { libcLock == NOBODY; libcLock = me };
+    if
+    :: libcLock = NOBODY
+    :: d_step {
+            isChild = true;
+            libcLock = NOBODY;
+            mask[0] = BOTH; mask[1] = BOTH; // no signal reaches those who are gone,
+            suspended[0] = false; suspended[1] = false; suspended[3] = false; suspended[4] = false; // who all vanish
+            conditionExists[0] = false; expects[0] = false; semaphore[0] = 0; owed = 0;
+            maskOutsideTheFork[1] = 0; seenInside = 0; seenWaiting = 0
+        };
+        gone == 2 && runs == 0
+    fi
+}
+
+inline afterForkInParent()
+{
+#ifdef WITHOUT_FORKING_WITHOUT_THE_MUTEX
+    giveTheMutexBack();
+#endif
+#ifndef WITHOUT_RESTORING_THE_PARENTS_MASK // fork restores the parent's mask
+    mask[me] = MY_MASK_OUTSIDE_THE_FORK;
+#endif
+    assert(mask[me] == ownMask[me]) // a thread leaves with another mask than it came with
+}
+
+inline afterForkInChild()
+{
+#ifdef WITHOUT_FORKING_WITHOUT_THE_MUTEX
+    giveTheMutexBack();
+#endif
+#ifndef WITHOUT_FORGETTING_WHO_WAS_INSIDE // the child's gate is empty
+    gateInside = 0;
+#endif
+#ifdef WITHOUT_KEEPING_THE_GATE_CLOSED // the child's gate is closed if the parent's was
+    gateClosed = false;
+#endif
+#ifndef WITHOUT_THE_GATE_IN_THE_CHILD // the child enters the gate before it touches the record
+    enterGate();
+#else
+    pass = true; gateInside++;
+#endif
+    if
+    :: pass ->
+        assert(recordExists); // the record is used after its end
+#ifndef WITHOUT_A_NEW_MUTEX // the child's mutex is a new one
+        mutexOwner = NOBODY;
+#endif
+#ifndef WITHOUT_AN_EMPTY_QUEUE // the child's queue is empty
+        d_step { queued[0] = false; waiting = 0 }
+#endif
+        skip
+    :: !pass
+    fi;
+    leaveGate();
+#ifndef WITHOUT_RESTORING_THE_CHILDS_MASK // fork restores the child's mask
+    mask[me] = MY_MASK_OUTSIDE_THE_FORK;
+#endif
+    assert(mask[me] == ownMask[me]) // a thread leaves with another mask than it came with
+}
+
+active proctype Main() provided (!suspended[_pid])
+{
+    byte me = _pid;
+    LOCALS;
+    {
+        initialised = true;
+        runEventLoop()
+    } unless { isChild };
+parked:
+    skip;
+end_here:
+    vanish()
+}
+
+active proctype Other() provided (!suspended[_pid])
+{
+    byte me = _pid;
+    LOCALS;
+end_beforeInit: {
+        initialised;
+        if
+        :: exit(A_CODE)
+        :: endTheProcess()
+        :: libraryCall()
+        :: beforeFork();
+            libraryCall(); // its child would be like that of the other
+            afterForkInParent()
+        fi
+    } unless { isChild };
+end_here:
+    vanish()
+}
+
+active proctype Forker() provided (!suspended[_pid])
+{
+    byte me = _pid;
+    LOCALS;
+end_beforeInit:
+    initialised;
+    beforeFork();
+    fork();
+    if
+    :: !isChild ->
+        afterForkInParent()
+    :: isChild ->
+        afterForkInChild();
+        if
+        :: exit(A_CODE)
+        :: runEventLoop()
+        :: endTheProcess()
+        fi
+    fi;
+parked:
+    skip
+}
+
+#include "signals.pml"
