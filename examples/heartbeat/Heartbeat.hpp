@@ -2,7 +2,6 @@
 
 #include <brindle/time/Timer.hpp>
 
-#include <chrono>
 #include <optional>
 #include <pthread.h>
 #include <string>
@@ -12,9 +11,6 @@
 /// Never destroyed, since a callback may come late.
 class Heartbeat : public brindle::time::Timer {
 public:
-    /// What there is to say about a signal that came before the loop waited: the loop would never know.
-    static constexpr const char* TOO_EARLY = "told to stop before the loop waited";
-
     Heartbeat(const std::string& speaker, int seconds, int count);
 
     void onTimeout() override;
@@ -25,7 +21,6 @@ public:
 
 private:
     std::optional<int> beat();
-    bool signalMissed();
 
     const std::string name;
     const int beats;
@@ -33,5 +28,4 @@ private:
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER; // guards what follows: callbacks may overlap
     int beaten = 0;
     bool over = false;
-    std::optional<std::chrono::steady_clock::time_point> signalSeen;
 };

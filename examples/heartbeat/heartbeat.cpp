@@ -10,6 +10,7 @@
 #include <brindle/utility/Version.hpp>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -17,8 +18,8 @@
 #include <filesystem>
 #include <iostream>
 #include <optional>
-#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 using brindle::Application;
@@ -30,11 +31,23 @@ using brindle::utility::Version;
 
 namespace {
 
-constexpr int USAGE = 2; // the status after a mistake in what the user gave
+constexpr int USAGE = 2;     // the status after a mistake in what the user gave
+constexpr int STOPPED = 145; // that of SIGTERM; nobody knows which signal an early one was
 
 void complain(const std::string& what)
 {
     std::cerr << "heartbeat: " << what << std::endl;
+}
+
+/// Ends the program after a signal that came before the loop waited: the loop knows nothing of it.
+void endAfterEarlySignal()
+{
+    const std::chrono::milliseconds aWhile(500);
+    while (!Application::HasApplicationTerminated) {
+        std::this_thread::sleep_for(aWhile);
+    }
+    std::this_thread::sleep_for(aWhile); // had the loop waited, it would have ended by now, with the signal's own code
+    Application::app().exit(STOPPED);
 }
 
 /// Says what the options found wrong; what the parser found wrong it has said itself.
@@ -84,9 +97,6 @@ int run(const std::string& name, int seconds, int beats)
     if (heartbeat.start() != 0) {
         throw SystemException("start the timer", errno);
     }
-    if (Application::HasApplicationTerminated) {
-        throw std::runtime_error(Heartbeat::TOO_EARLY);
-    }
     const int exitCode = Application::app().runEventLoop();
     heartbeat.stop();
     if (exitCode > EXIT_FAILURE) { // a signal's
@@ -115,6 +125,7 @@ try {
     if (app.init(&argc, argv, &options) != 0) {
         return EXIT_FAILURE; // init() has said why
     }
+    std::thread(endAfterEarlySignal).detach();
 
     int parsed = 0;
     while (parsed == 0) {

@@ -2,7 +2,7 @@
 # transcripts.bash FILE: runs the commands of FILE's ```console blocks and compares what they print with what FILE says.
 # A command is a line that begins with "$ ". A last line that begins with "^C" stands for SIGINT sent at that moment, and
 # "kill -TERM" in a command's comment for SIGTERM; it is sent when all the lines before the last have come.
-# Any UUID is as good as any other.
+# Any UUID is as good as any other. Last of all, a SIGTERM that FILE cannot show: one that comes before the loop waits.
 set -uo pipefail
 
 failures=0
@@ -11,9 +11,10 @@ status=0
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 output=$scratch/output
+program=$(type -P heartbeat)
 # A program of its own, since the commands name heartbeat alone and "exec" takes no function.
 if [ -n "${BRINDLE_EMULATOR:-}" ]; then
-    printf '#!/bin/sh\nexec %s %s "$@"\n' "$BRINDLE_EMULATOR" "$(type -P heartbeat)" >"$scratch/heartbeat"
+    printf '#!/bin/sh\nexec %s %s "$@"\n' "$BRINDLE_EMULATOR" "$program" >"$scratch/heartbeat"
     chmod +x "$scratch/heartbeat"
     PATH=$scratch:$PATH
 fi
@@ -74,5 +75,34 @@ while IFS= read -r line; do
     esac
 done <"$file"
 
+# heartbeat opens its settings after init(), and gets no further before they end. A signal does not end the reading.
+mkfifo "$scratch/settings"
+# shellcheck disable=SC2016 # check expands it
+check 'heartbeat --config "$scratch/settings" --interval 30 & exec 3>"$scratch/settings"
+    kill -s INT $!; kill -s TERM $!; echo name=pump >&3; exec 3>&-; wait $!; echo $?' \
+    $'pump: run UUID\npump: told to stop\n145\n'
+
+# A callback that cannot write; values at their bounds, and beyond.
+# shellcheck disable=SC2016
+check 'heartbeat | head -n 1; echo ${PIPESTATUS[0]}' \
+    $'heartbeat: run UUID\nheartbeat: write to standard output: Broken pipe\n1\n'
+check 'heartbeat --beats=1000000 --interval=1 --help | head -n 1' $'Usage: heartbeat [options]\n'
+# shellcheck disable=SC2016
+check 'for wrong in 0 1000001 3x 99999999999; do heartbeat --beats=$wrong; done 2>&1 | grep -c "is not a whole number"; heartbeat --name= 2>&1 | head -n 1; heartbeat --config /
+    heartbeat --faster 2>/dev/null; echo $?' \
+    $'4\nheartbeat: --name: may not be empty\nheartbeat: \'/\' is not a configuration file that can be read\n2\n'
+
+# shellcheck disable=SC2016
+check 'exec 4> >(:); wait $!; heartbeat >&4; echo $?; exec 4>&-' \
+    $'heartbeat: write to standard output: Broken pipe\n1\n'
+if [ -z "${BRINDLE_EMULATOR:-}" ]; then # which has timers of its own
+    check '(ulimit -i 0; heartbeat)' $'heartbeat: run UUID\nheartbeat: start the timer: Resource temporarily unavailable\n'
+fi
+mkdir "$scratch/bin" "$scratch/etc"
+cp "$program" "$scratch/bin"
+echo "name=usual beats=1" >"$scratch/etc/heartbeat.conf"
+# shellcheck disable=SC2016
+check '${BRINDLE_EMULATOR:-} "$scratch/bin/heartbeat"' $'usual: run UUID\nusual: beat 1\n'
+
 echo "$commands commands, $failures differ"
-[ "$commands" -gt 0 ] && [ "$failures" -eq 0 ]
+[ "$commands" -gt 1 ] && [ "$failures" -eq 0 ]
