@@ -9,6 +9,7 @@ trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
 
 cmake --install "$build" --prefix "$prefix" >"$work/install.log"
+diff -r "$source/include/brindle" "$prefix/include/brindle"
 # shellcheck disable=SC2016 # backquotes, as they stand
 sed -n '/^```cpp$/,/^```$/p' "$source/README.md" | sed '/^```/d' >"$work/main.cpp"
 diff -u "$source/examples/minimal.cpp" "$work/main.cpp"
@@ -28,6 +29,7 @@ check "$work/cmake/program"
 
 PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name brindle.pc)")
 export PKG_CONFIG_PATH
+grep -q "^  VERSION $(pkg-config --modversion brindle)\$" "$source/CMakeLists.txt"
 # shellcheck disable=SC2046,SC2086 # lists of flags
 "$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror ${LDFLAGS:-} "$work/main.cpp" -o "$work/program" \
     $(pkg-config --cflags --libs brindle) "-Wl,-rpath,$(pkg-config --variable=libdir brindle)"

@@ -1,0 +1,228 @@
+#include "StandIns.hpp"
+
+#include <brindle/Configuration.hpp>
+#include <brindle/UniquePtr.hpp>
+#include <brindle/utility/SystemException.hpp>
+#include <brindle/utility/Uuid.hpp>
+#include <brindle/utility/Version.hpp>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iomanip>
+#include <map>
+#include <regex>
+#include <sstream>
+#include <tuple>
+
+using brindle::Configuration;
+using namespace brindle::utility;
+using namespace std::string_literals;
+using Entries = std::map<std::string, std::string>;
+
+namespace {
+
+int readsUntilError = 0;
+
+// The path of a file that holds `content` until the next call.
+std::string file(const std::string& content)
+{
+    static const std::string path = "/proc/self/../self/fd/" + std::to_string(fileno(std::tmpfile()));
+    std::ofstream(path) << content;
+    return path;
+}
+
+// Always in the same object: a file's entries replace those of the file before.
+Entries entriesOf(const std::string& path)
+{
+    static struct : Configuration {
+        using Configuration::entries;
+    } configuration;
+    EXPECT_TRUE(configuration.readCfgFile(path) && configuration.isValid());
+    EXPECT_FALSE(configuration.readCfgFile("") || configuration.isValid()); // which leaves them alone
+    return configuration.entries;
+}
+
+// The naive twin.
+Entries plainEntries(const std::string& content)
+{
+    static const std::regex form("([^=\\s]*)=(\\S*)");
+    Entries entries;
+    for (std::sregex_iterator word(content.begin(), content.end(), form), end; word != end; ++word) {
+        entries[word->str(1)] = word->str(2);
+    }
+    return entries;
+}
+
+// What look-ups of "a" and "b" give, or "-" where they give nothing.
+std::string answers(const Configuration& configuration)
+{
+    std::string a = "-", b = "-";
+    EXPECT_TRUE(configuration.getOption("a", a) ? a != "-" : a == "-");
+    EXPECT_TRUE(configuration.getOption("b", b) ? b != "-" : b == "-");
+    return a + " " + b;
+}
+
+}
+
+ssize_t read(int descriptor, void* buffer, size_t size)
+{
+    return --readsUntilError == 0 ? -1 : REAL_CALL(read)(descriptor, buffer, size);
+}
+
+TEST(Configuration, ReadsEveryShortFileAndTheOddOnesAsItsFormatSays)
+{
+    forEveryText("a= \n", 5, [](const std::string& content) {
+        ASSERT_EQ(plainEntries(content), entriesOf(file(content))) << content;
+    });
+    for (const std::string& content : {"a=1\r\nb=2\r\n"s, "a=1\vb=2\fc=3\td=4"s, "a\0b=c\0d e=\0"s,
+                                       "\xff=\x80\xa0\nZ=1"s, "#was rate=9 #now=3\nrate==8"s}) {
+        EXPECT_EQ(plainEntries(content), entriesOf(file(content))) << content;
+    }
+    const std::string manyBytes(20'000, 'b');
+    EXPECT_EQ((Entries{{manyBytes, manyBytes}}), entriesOf(file(manyBytes + "=" + manyBytes)));
+    readsUntilError = 2;
+    EXPECT_EQ((Entries{{"a", "1"}}), entriesOf(file("a=1 b=" + manyBytes))); // the error counts as the end
+    EXPECT_EQ(Entries(), entriesOf("/")); // a directory can be opened, and then the first read fails
+}
+
+TEST(Configuration, AnswersFromTheLastReadAloneWhateverItsFormat)
+{
+    struct PathOnly final : Configuration {
+        bool parseConfig(std::string path) override
+        {
+            entries = {{path.substr(0, 1), path}};
+            return path != "bad";
+        }
+    } configuration;
+    EXPECT_TRUE(configuration.readCfgFile("a") && configuration.readCfgFile("b"));
+    EXPECT_EQ("- b", answers(configuration));
+    EXPECT_FALSE(configuration.readCfgFile("bad") || configuration.isValid());
+    EXPECT_EQ("- -", answers(configuration));
+}
+
+TEST(Configuration, IsAsItWasWhenMemoryRunsOut)
+{
+    const std::string value(100, 'v');
+    Configuration configuration;
+    EXPECT_TRUE(configuration.readCfgFile(file("a=1")));
+    Configuration other(configuration);
+    const std::string next = std::string(99, '/') + file("b=2 a=" + value + " c=3"); // a longer path, kept last
+    allocations::failEach([&] { configuration.readCfgFile(next); }, [&] { EXPECT_EQ("1 -", answers(configuration)); });
+    EXPECT_EQ(value + " 2", answers(configuration));
+    EXPECT_FALSE(Configuration(configuration).readCfgFile("/proc/self/nothing-of-this-name"));
+
+    std::string answer = "preset";
+    allocations::failEach([&] { configuration.getOption("a", answer); }, [&] { EXPECT_EQ("preset", answer); });
+    allocations::failEach([&] { other = configuration; }, [&] { EXPECT_EQ("1 -", answers(other)); });
+    EXPECT_EQ(value + " 2", answers(other));
+    EXPECT_FALSE((other = Configuration()).isValid());
+}
+
+// The text; its levels, or the piece that cannot be read; and errno, which was ENOENT.
+TEST(Version, ReadsALevelFromEachPieceOrNamesTheOneThatItCannotRead)
+{
+    const std::tuple<std::string, std::string, int> rows[] = {
+        {"", "{}", ENOENT},
+        {"1.10.2", "{ 1, 10, 2 }", 0},
+        {".1..2.0.", "{ 0, 1, 0, 2, 0 }", 0},
+        {" 1.\t2.3 .\v\n4. .+1.+-2.1-2.-3.1,5", "{ 1, 2, 3, 4, 0, 1, 0, 1, -3, 1 }", 0},
+        {"01.010.00000000000003", "{ 1, 10, 3 }", 0},
+        {"2147483647.-2147483648", "{ 2147483647, -2147483648 }", 0},
+        {"1\0002.3.\xe4.\xff"s, "{ 1, 3, 0, 0 }", 0},
+        {"v1", "v1", ENOENT},
+        {"1.2B.3", "2B", 0},
+        {"-2147483649", "-2147483649", ERANGE},
+        {"1.2147483648", "2147483648", ERANGE},
+        {"9999999999999999999.x", "9999999999999999999", ERANGE}};
+    for (const auto& [text, result, error] : rows) {
+        errno = ENOENT;
+        try {
+            EXPECT_EQ(result, testing::PrintToString(Version(text).getVersionLevels())) << text;
+        } catch (const std::runtime_error& failure) {
+            // NOLINTNEXTLINE(performance*): a test need not be quick
+            EXPECT_EQ("Could not convert " + text + " to a version. The version level \"" + result +
+                          "\" cannot be converted to a number" + (error == ERANGE ? "" : ", as it contains letters") +
+                          ". Error message: " + strerror(error),
+                      failure.what());
+        }
+        EXPECT_EQ(error, errno) << text;
+    }
+    allocations::failEach([] { Version("1.2.00000000000000000000000000000003"); }, [] {});
+}
+
+TEST(Version, ComparesEveryPairInAllSixWays)
+{
+    std::istringstream texts(
+        "-2147483648 < -2 -2.0 < -2.9 < -1 -1. < -1.1 < . 0 0.0 .0. -0 < 0.0.1 < 0.1 < "
+        "1 01 1. 1.0 1.0.00 < 1.0.1 < 1.1 < 1.2 1.02 1.2.0 1.2.0.0. < 1.2.0.1 < 1.2.1 < 1.2.2147483647 < "
+        "1.9 < 1.10 < 1.10.2 < 1.99 < 2 2.-0 < 10 010 < 2147483647 2147483647.0");
+    std::vector<std::pair<int, Version>> versions;
+    int rank = 0;
+    for (std::string text; texts >> text; rank += text == "<" ? 1 : 0) {
+        if (text != "<") {
+            versions.emplace_back(rank, text);
+        }
+    }
+    for (const auto& [i, a] : versions) {
+        for (const auto& [j, b] : versions) {
+            EXPECT_EQ((std::vector<bool>{i == j, i != j, i<j, i> j, i <= j, i >= j}),
+                      (std::vector<bool>{a == b, a != b, a<b, a> b, a <= b, a >= b}))
+                << a << " and " << b;
+        }
+    }
+    EXPECT_TRUE(Version("") == Version("0.0") && Version("") < Version("1"));
+    EXPECT_TRUE(Version("1") < Version("1.-1") && Version("1.-1") < Version("1.0")); // although 1 and 1.0 are equal
+}
+
+TEST(Version, WritesItsLevelsAsTheStreamWritesNumbers)
+{
+    std::ostringstream stream;
+    for (const Version& version : {Version("1.2.0"), Version("10.31"), Version(""), Version(0), Version(10),
+                                   Version(2147483647), Version(-15)}) {
+        stream << std::setfill('*') << std::setw(4) << std::hex << std::uppercase << version << ' ';
+    }
+    EXPECT_EQ("***1.2.0 ***A.1F *** ***0 ***1.0 ***2.1.4.7.4.8.3.6.4.7 FFFFFFFB ", stream.str());
+}
+
+TEST(SystemException, JoinsTheContextAndTheSystemsWords)
+{
+    errno = EACCES;
+    EXPECT_STREQ("open: No such file or directory", SystemException("open", ENOENT).what());
+    EXPECT_STREQ("open: Permission denied", SystemException("open").what());
+    EXPECT_STREQ(": Permission denied", SystemException("").what());
+    EXPECT_STREQ("Permission denied", SystemException(nullptr).what());
+    EXPECT_STREQ("odd: Unknown error 987654321", SystemException("odd", 987654321).what()); // some libcs set errno then
+    EXPECT_EQ(EACCES, errno);
+}
+
+TEST(SystemException, ReplacesTheContextAsAWholeOrNotAtAll)
+{
+    SystemException exception("read", EIO);
+    allocations::failEach([&] { exception.resetContext("a context too long to be kept inside the string itself"); },
+                          [&] { EXPECT_STREQ("read: Input/output error", exception.what()); });
+    exception.resetContext("write");
+    exception.resetContext(exception.what());
+    EXPECT_STREQ("write: Input/output error: Input/output error", exception.what());
+    exception.resetContext(nullptr);
+    EXPECT_STREQ("Input/output error", exception.what());
+}
+
+TEST(Uuid, IsNewEachTime)
+{
+    EXPECT_NE(generateUuid(), generateUuid()); // its form is seen in what heartbeat prints
+}
+
+TEST(UniquePtr, DeletesWhatItOwnsWhileItStillRefersToIt)
+{
+    struct Owned {
+        ~Owned() { deletions += owner.get() == this ? 1 : 0; }
+        const brindle::UniquePtr<Owned>& owner;
+        int& deletions;
+    };
+    int deletions = 0;
+    brindle::UniquePtr<Owned> pointer(new Owned{pointer, deletions});
+    pointer.reset(new Owned{pointer, deletions});
+    EXPECT_EQ(1, deletions);
+}

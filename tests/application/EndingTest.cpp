@@ -1,0 +1,321 @@
+// Does anything go wrong on the way to the end of a program, whatever comes between two of its steps?
+//
+// A helper thread takes a road: it waits in the loop, makes a request, or runs the handler. The calls that the library makes
+// there pass through stand-ins, which hold every thread to the rules. Before a chosen step of the helper something happens:
+// a signal to it; or the main thread gets a signal, forks, or ends the process, as far as it can while the helper waits.
+// Every step is tried, in a process of its own. One thread moves at a time, so nothing is left to chance.
+
+#include "StandIns.hpp"
+#include "application/ApplicationImpl.hpp"
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <semaphore.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+using brindle::Application;
+using Record = Application::ApplicationImpl;
+using Happening = void (*)();
+
+namespace {
+
+constexpr int ENDED = 10; // a child's status, with the number of events added
+
+enum class Call { OTHER, LOCK, UNLOCK } nextCall = Call::OTHER; // of the helper
+
+std::vector<std::pair<int, Happening>> events; // and the steps before which they happen
+std::size_t happened = 0;
+int steps = 0, signals = 0, signalsBeforeLock = 0, pauses = 0, codeAtUnlock = 0, codeForTheLoop = 0;
+pthread_mutex_t* applicationMutex = nullptr;
+thread_local int handlers = 0, holding = 0; // running on this thread; whether it holds the mutex
+bool inLoop = false, inForkedChild = false, mayNap = true, mayLock = true;
+std::atomic<pthread_t> helper = {};
+std::atomic<Happening> deed = nullptr;                                                            // for the main thread
+std::atomic<int> mainIsBusy{}, mainWaits{}, naps{}, exiting{}, recordIsGone{}, helperIsThrough{}; // 0, or true
+
+void demand(bool kept, const char* promise)
+{
+    if (!kept) {
+        dprintf(STDERR_FILENO, "broken before step %d: %s\n", steps, promise);
+        _exit(EXIT_FAILURE);
+    }
+}
+
+bool isHelper()
+{
+    return pthread_equal(pthread_self(), helper) != 0;
+}
+
+template <typename Condition>
+void await(Condition condition)
+{
+    while (!condition()) {
+        std::this_thread::sleep_for(std::chrono::microseconds(1));
+    }
+}
+
+void letMain(Happening act)
+{
+    mainIsBusy = true;
+    deed = act;
+    await([] { return !mainIsBusy || mainWaits || naps > 1 || recordIsGone; });
+}
+
+void endProcess()
+{
+    mayLock = nextCall != Call::OTHER || inLoop; // the helper is inside
+    mayNap = nextCall == Call::LOCK || (mayLock && Record::impl().condVar->waiting() == 0);
+    exiting = true;
+    std::exit(EXIT_SUCCESS);
+}
+
+[[noreturn]] void stay()
+{
+    helperIsThrough = true;
+    letMain(endProcess);
+    await([] { return false; });
+    std::abort();
+}
+
+void step(Call call = Call::OTHER)
+{
+    if (isHelper()) {
+        nextCall = call;
+        const int now = ++steps;
+        while (happened < events.size() && events[happened].first == now) {
+            events[happened++].second();
+        }
+    }
+    demand(call == Call::OTHER || !recordIsGone, "the record is there while it is used");
+}
+
+// Whether SIGINT and SIGTERM are both blocked, or neither; and SIGUSR2 still is, as from the beginning.
+bool masked(bool both)
+{
+    sigset_t now;
+    pthread_sigmask(SIG_BLOCK, nullptr, &now);
+    return sigismember(&now, SIGINT) == both && sigismember(&now, SIGTERM) == both && sigismember(&now, SIGUSR2) == 1;
+}
+
+}
+
+extern "C" {
+
+int pthread_sigmask(int how, const sigset_t* set, sigset_t* old) noexcept
+{
+    static auto* const real = REAL_CALL(pthread_sigmask);
+    if (set != nullptr) {
+        step();
+        errno = !isHelper() && exiting && handlers == 0 ? raise(SIGINT) : 0; // which must find the gate closed
+    }
+    return real(how, set, old);
+}
+
+int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
+{
+    static auto* const real = REAL_CALL(pthread_mutex_lock);
+    if (mutex != applicationMutex) {
+        return real(mutex);
+    }
+    step(Call::LOCK);
+    demand(masked(true) && holding == 0, "who locks has both signals blocked, and does not wait for himself");
+    demand(isHelper() || (mayLock && (!exiting || handlers == 0)), "the end closes the gate, and looks who is inside");
+    if (pthread_mutex_trylock(mutex) != 0) {
+        mainWaits = !isHelper();
+        real(mutex);
+        mainWaits = false;
+    }
+    demand(Record::impl().exitCode == codeAtUnlock, "a code is stored with the mutex held");
+    demand(!inForkedChild || Record::impl().condVar->waiting() == 0, "nobody is queued in the child of a fork");
+    holding = 1;
+    allocations::untilFailure = 1; // the holder does not allocate
+    signalsBeforeLock = isHelper() && handlers == 0 ? signals : signalsBeforeLock;
+    return 0;
+}
+
+int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
+{
+    static auto* const real = REAL_CALL(pthread_mutex_unlock);
+    if (mutex != applicationMutex) {
+        return real(mutex);
+    }
+    step(Call::UNLOCK);
+    demand(masked(true) && holding == 1, "who unlocks has both signals blocked, and the mutex");
+    demand(handlers == 0 || Application::HasApplicationTerminated, "the flag is set before the loop can return");
+    codeAtUnlock = Record::impl().exitCode;
+    codeForTheLoop = handlers == 0 && isHelper() ? codeAtUnlock : codeForTheLoop;
+    allocations::untilFailure = 0;
+    holding = 0;
+    const int result = real(mutex);
+    await([] { return !isHelper() || !mainIsBusy || naps > 1 || recordIsGone; });
+    return result;
+}
+
+int sem_wait(sem_t* semaphore)
+{
+    step();
+    int tokens = 0;
+    sem_getvalue(semaphore, &tokens);
+    if (tokens == 0) {
+        demand(masked(false), "who sleeps has the mask that he came with");
+        const int before = signalsBeforeLock;
+        const bool released = signals == before && Record::tryExit(7);
+        sem_getvalue(semaphore, &tokens);
+        tokens == 0 && exiting ? stay() : void(); // nobody can release it any more
+        demand(tokens == 1 && (released || signals > before), "no request is lost");
+    }
+    return REAL_CALL(sem_wait)(semaphore);
+}
+
+int usleep(useconds_t time)
+{
+    demand(mayNap, "the end waits for nobody who is outside or asleep");
+    ++naps;
+    return REAL_CALL(usleep)(time);
+}
+
+int clock_nanosleep(clockid_t, int, const timespec*, timespec*)
+{
+    step();
+    return recordIsGone ? 0 : (stay(), 0); // and exit() must not ask again and again
+}
+
+int pause()
+{
+    return pauses++ == 0 ? -1 : (stay(), 0); // a signal may end it
+}
+}
+
+namespace {
+
+void handle(int signal)
+{
+    ++handlers;
+    const int interrupted = std::exchange(errno, 4711);
+    Record::application_exit_signal(signal);
+    demand(std::exchange(errno, interrupted) == 4711, "the interrupted code keeps its errno");
+    --handlers;
+}
+
+void interrupt()
+{
+    raise(signals++ == 0 ? SIGINT : SIGTERM);
+}
+
+// Comes before the library's handler. The signal is taken when that is through.
+void afterForkInChild()
+{
+    demand(masked(true), "the child's first signal comes when its record is in order");
+    alarm(SECONDS_TO_A_HANG);
+    inForkedChild = true;
+    codeAtUnlock = Record::impl().exitCode;
+    Application::HasApplicationTerminated = false;
+    raise(SIGINT);
+}
+
+void forkHere()
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        demand(Application::HasApplicationTerminated && masked(false), "the child of a fork takes signals");
+        recordIsGone ? _exit(ENDED) : std::exit(EXIT_SUCCESS);
+    }
+    int status = -1;
+    demand(waitpid(child, &status, 0) == child && masked(false), "the parent keeps its own mask");
+    demand(status == ENDED << 8, "the child of a fork can end");
+}
+
+// Destroyed after the application's record.
+struct AfterTheRecord {
+    ~AfterTheRecord()
+    {
+        recordIsGone = true;
+        if (!inForkedChild) {
+            Application::HasApplicationTerminated = false;
+            raise(SIGINT);
+            demand(Application::HasApplicationTerminated, "the flag tells of late signals too");
+            await([] { return helperIsThrough.load(); });
+            happened < events.size() ? forkHere() : void();
+        }
+        _exit(ENDED + static_cast<int>(inForkedChild ? 0 : happened));
+    }
+};
+
+void loop()
+{
+    inLoop = true;
+    const int code = Application::app().runEventLoop();
+    inLoop = false;
+    demand(code == codeForTheLoop && (code == 7 || code == 132 || code == 145),
+           "the loop returns the code that it found");
+    demand(Application::HasApplicationTerminated ? signals > 0 || exiting : code == 7, "the flag tells of signals");
+}
+
+[[noreturn]] void live(Happening road)
+{
+    alarm(SECONDS_TO_A_HANG);
+    static const AfterTheRecord destroyedLast;
+    pthread_atfork(
+        [] { demand(masked(true) && holding == 0, "who forks has both signals blocked, and not the mutex"); }, nullptr,
+        afterForkInChild);
+    int argc = 0;
+    char* argv[] = {nullptr};
+    demand(Application::app().init(&argc, argv, nullptr) == 0, "the application starts");
+    std::signal(SIGINT, handle);
+    std::signal(SIGTERM, handle);
+    applicationMutex = Record::impl().mutex.get();
+    sigset_t mark = {};
+    sigaddset(&mark, SIGUSR2);
+    pthread_sigmask(SIG_BLOCK, &mark, nullptr);
+    std::thread([road] {
+        helper = pthread_self();
+        step();
+        road();
+        demand(masked(false), "everybody leaves with the mask that he came with");
+        nextCall = Call::OTHER;
+        stay();
+    }).detach();
+    while (true) {
+        await([] { return deed != nullptr; });
+        deed.exchange(nullptr)();
+        mainIsBusy = deed != nullptr;
+    }
+}
+
+// How many of these events have happened when a process has ended; anything else if it ended wrongly.
+int happenedOnTheWay(Happening road, const std::vector<std::pair<int, Happening>>& planned)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        events = planned;
+        live(road);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) - ENDED : -WTERMSIG(status);
+}
+
+}
+
+TEST(Ending, ComesRightWhateverComesBeforeAnyTwoSteps)
+{
+    const Happening interruptMain = [] { letMain(interrupt); }, end = [] { letMain(endProcess); },
+                    forkMeanwhile = [] { letMain(forkHere); }, request = [] { Application::app().exit(5); };
+    for (const Happening road : {request, interrupt, loop}) {
+        for (const Happening first : {interrupt, interruptMain, end, forkMeanwhile}) {
+            for (const Happening second : {interrupt, interruptMain}) {
+                for (int i = 1, reached = 2; reached > 0; ++i) {
+                    reached = 2;
+                    for (int j = i; reached == 2; ++j) {
+                        reached = happenedOnTheWay(road, {{i, first}, {j, second}});
+                        ASSERT_TRUE(reached >= (i > 5 ? 0 : 1) && reached <= 2) << i << ", " << j; // no road is shorter
+                    }
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,216 @@
+#include "StandIns.hpp"
+
+#include <brindle/Application.hpp>
+#include <brindle/Option.hpp>
+
+#include <apr_getopt.h>
+#include <cerrno>
+#include <csignal>
+#include <ctime>
+#include <iostream>
+#include <unistd.h>
+#include <wordexp.h>
+
+using brindle::Application;
+using brindle::Option;
+
+namespace {
+
+// Of the calls that init() makes, the one that counts down to 0 fails. The parser pretends any status but 0.
+int callsToFailure = 0, parserStatus = APR_SUCCESS;
+std::string executable = "/usr/local/bin/demo"; // empty: cannot be read
+long now = 0;                                   // milliseconds of a clock on which nobody has to wait
+
+struct RefusesBad : Option {
+    using Option::Option;
+    int handleOption() override
+    {
+        return (errorText = argument() == "bad" || !isSet() ? "refused" : "").empty() ? 0 : 1;
+    }
+};
+
+wordexp_t words;
+Option lost("lost", 'l', false, "Lost."), all("all", 'a', false, "All. "), even("even", 256, false, "Even.");
+Option odd("odd", 255, false, "Odd."), shadowed("other", 'a', false, "Other."), nameless("", 'n', true, "Nameless. ");
+RefusesBad port("port", 'p', true, "");
+std::vector<Option*> options = {&lost, &all, &port, &even, &odd, &shadowed, &nameless};
+
+int start(const std::string& commandLine)
+{
+    wordexp(("program " + commandLine).c_str(), &words, 0);
+    static int argc = static_cast<int>(words.we_wordc);
+    return Application::app().init(&argc, words.we_wordv, commandLine.empty() ? nullptr : &options);
+}
+
+// In a process of its own, since a program starts its application once.
+template <typename Program>
+void expectEnd(int status, const std::string& message, Program program)
+{
+    EXPECT_EXIT((alarm(60), _exit(program())), testing::ExitedWithCode(status), testing::Eq(message));
+}
+
+// What init() and each parseArg() returned, up to the first that was not 0; the handlers that are missing; and the
+// options set, with their arguments.
+void expectOutcome(const std::string& outcome, const char* commandLine, int failingCall = 0, apr_status_t status = 0)
+{
+    expectEnd(0, outcome, [=] {
+        Application& app = Application::app();
+        all.setDefault("default");
+        callsToFailure = failingCall;
+        parserStatus = status;
+        std::signal(SIGINT, SIG_IGN); // as a shell starts what runs in the background
+        int result = start(commandLine);
+        options.erase(options.begin()); // lost
+        std::string results;
+        for (; result == 0; result = app.parseArg()) {
+            results += "0 ";
+        }
+        results += std::to_string(result) + (std::signal(SIGINT, SIG_DFL) == SIG_IGN ? " no SIGINT" : "");
+        results += std::signal(SIGTERM, SIG_DFL) == SIG_DFL ? " no SIGTERM" : "";
+        for (std::size_t i = 0; i < options.size(); ++i) {
+            results += options[i]->isSet() ? std::string(" ") + "apeosn"[i] + "=" + options[i]->argument() : "";
+        }
+        std::cerr << results << port.errors();
+        return 0;
+    });
+}
+
+}
+
+// What the library asks of APR and of the system. APR makes two pools of its own first.
+
+apr_status_t apr_pool_create_ex(apr_pool_t** pool, apr_pool_t* parent, apr_abortfunc_t abort, apr_allocator_t* from)
+{
+    return --callsToFailure == 0 ? APR_ENOMEM : REAL_CALL(apr_pool_create_ex)(pool, parent, abort, from);
+}
+
+apr_status_t apr_getopt_init(apr_getopt_t** parser, apr_pool_t* pool, int count, const char* const* from)
+{
+    return --callsToFailure == 0 ? APR_EINVAL : REAL_CALL(apr_getopt_init)(parser, pool, count, from);
+}
+
+apr_status_t apr_getopt_long(apr_getopt_t* parser, const apr_getopt_option_t* table, int* code, const char** argument)
+{
+    return parserStatus != 0 ? parserStatus : REAL_CALL(apr_getopt_long)(parser, table, code, argument);
+}
+
+void apr_terminate()
+{
+    std::cerr << "APR ends after " << now << " ms\n";
+}
+
+extern "C" int __cxa_atexit(void (*function)(void*), void* argument, void* object) noexcept
+{
+    return --callsToFailure == 0 ? -1 : REAL_CALL(__cxa_atexit)(function, argument, object);
+}
+
+// Where ThreadSanitizer brings its own atexit, that one is the library's; elsewhere it is part of each module.
+int atexit(void (*function)()) noexcept
+{
+    return __cxa_atexit(reinterpret_cast<void (*)(void*)>(function), nullptr, nullptr);
+}
+
+ssize_t readlink(const char* link, char* buffer, size_t size) noexcept
+{
+    EXPECT_STREQ("/proc/self/exe", link);
+    errno = errno == 0 ? ENOENT : EIO; // an old one would show
+    return executable.empty() ? -1 : static_cast<ssize_t>(executable.copy(buffer, size));
+}
+
+int clock_gettime(clockid_t clock, timespec* time) noexcept
+{
+    *time = {now / 1000, now % 1000 * 1'000'000};
+    return clock == CLOCK_MONOTONIC ? 0 : REAL_CALL(clock_gettime)(clock, time);
+}
+
+// Each sleep of exit() is interrupted once, after 50 ms.
+int clock_nanosleep(clockid_t clock, int flags, const timespec* end, timespec*)
+{
+    const bool valid = clock == CLOCK_MONOTONIC && flags == TIMER_ABSTIME && end->tv_nsec < 1'000'000'000;
+    now = now % 200 == 0 ? now + 50 : end->tv_sec * 1000 + end->tv_nsec / 1'000'000;
+    return !valid ? EINVAL : now % 200 == 50 ? EINTR : 0;
+}
+
+TEST(Init, ReportsTheStepThatFailedAndInstallsNoHandlerThen)
+{
+    expectOutcome("Error when initializing application. Cannot allocate memory\n12 no SIGINT no SIGTERM", "", 1);
+    expectOutcome("Error when initializing application. Cannot allocate memory\n12 no SIGINT no SIGTERM", "", 3);
+    expectOutcome("Error when initializing application. Invalid argument\n22 no SIGINT no SIGTERM", "-a", 4);
+    expectOutcome("APR ends after 0 ms\n"
+                  "INTERNAL ERROR! Unable to register APR cleaning operations.\n-1 no SIGINT no SIGTERM",
+                  "", 4);
+}
+
+// How requests and signals end a waiting loop is shown elsewhere.
+TEST(ExitRequest, EndsTheProcessAfterAHundredAttempts)
+{
+    const char* const message = "Tried to exit cleanly, but we could never exit the event loop. Please speak to the "
+                                "maintainer. Force exit!\nAPR ends after 20000 ms\n";
+    expectEnd(1, message, [] {
+        Application::app().exit(start("-a"));
+        return 0;
+    });
+}
+
+TEST(CommandLine, IsTakenWordByWord)
+{
+    expectOutcome("0 -1", ""); // without a list
+    expectOutcome("0 0 0 -1 a=default p=a=b", "--port=a=b --all");
+    expectOutcome("0 0 0 0 -1 a=default p=8", "-ap 7 -p8 -- -a");
+    expectOutcome("0 0 0 0 -1 a=default e= n=7", "--other --even --=7 x -p7");
+    expectOutcome("program: invalid option: --eve\n0 0 0 1 p=", "--port -- --port= --eve");
+    expectOutcome("program: missing argument: --port\n0 0 1 p=-a", "-p -a --port");
+    expectOutcome("program: invalid option character: x\n0 0 1 a=default", "-axp7");
+    expectOutcome("program: erroneous argument: --even=yes\n0 1", "--even=yes");
+    expectOutcome("0 1 p=badrefused", "-p bad -a");
+    expectOutcome("0 1", "-l");
+    expectOutcome("0 70011", "-a", 0, APR_BADCH - 1);
+    expectOutcome("0 -1", "-a", 0, APR_EOF + 1);
+}
+
+TEST(Help, ShowsEveryOptionInOrderAsItsDescriptionIsNow)
+{
+    Application& app = Application::app();
+    expectEnd(2, "Usage: demo \n\n\n\n", [&app] { return start("") + app.printHelp(true); });
+    start("-a");
+    app.setForeword("replaced");
+    app.setForeword("[options] file");
+    app.setAfterword("Files are read in order.");
+    all.setDefault("3");
+    all.setDefault("");
+    nameless.setDefault("7");
+    const std::string expected = "Usage: demo [options] file\n\n"
+                                 "  -l, --lost   Lost.\n"
+                                 "  -a, --all    All. Default: 3Default: \n"
+                                 "  -p, --port   \n"
+                                 "  --even       Even.\n"
+                                 "  -\xff, --odd    Odd.\n"
+                                 "  -a, --other  Other.\n"
+                                 "  -n           Nameless. Default: 7\n"
+                                 "\nFiles are read in order.\n";
+    expectEnd(2, expected, [&app] { return app.printHelp(true); });
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0, app.printHelp(false));
+    EXPECT_EQ(expected, testing::internal::GetCapturedStdout());
+    EXPECT_EQ("7", all.argument() + nameless.argument());
+}
+
+TEST(Paths, AreWholeAndCutInFrontOfTheFirstComponentOfThatName)
+{
+    const Application& app = Application::app();
+    for (const std::size_t length : {126U, 127U, 128U, 129U, 255U, 256U, 257U, 4095U}) {
+        executable = "/" + std::string(length - 1, 'x');
+        EXPECT_EQ(executable, app.appPath());
+    }
+    executable = "/opt/bin2/bi/bin/demo/bin/prog";
+    EXPECT_EQ("/", app.appPrefix("/o/pt//"));
+    EXPECT_EQ("/opt/bin2/bi/", app.appPrefix("bin"));
+    EXPECT_EQ("/opt/bin2/bi/bin/demo/bin/", app.appPrefix("prog"));
+    for (const char* const other : {"lib", "", "demo/bin", "Bin"}) {
+        EXPECT_EQ(executable + "/", app.appPrefix(other));
+    }
+    executable = "";
+    const char* const message = "Failed to determine location of this binary, is /proc mounted?\n"
+                                "Error was: No such file or directory\n";
+    expectEnd(0, message, [&app] { return app.appPrefix("bin") == "/" ? 0 : 1; });
+}
