@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+
+namespace brindle {
+
+/// What a file holds, all of it.
+struct FileText {
+    std::string bytes;
+    bool opened = false;
+    bool complete = false; // false if a read failed: what there is breaks off somewhere
+};
+
+/// Opens the file at `path` and reads it to its end. It is not mapped: somebody may cut it off meanwhile.
+FileText readFile(const std::string& path);
+
+}
