@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <iomanip>
 #include <iostream>
-#include <utility>
 
 namespace brindle {
 
@@ -17,26 +16,15 @@ constexpr int STATUS_OF_BAD_USAGE = 2;
 
 std::string leftColumn(int shortOption, const std::string& name)
 {
-    std::string longForm = name.empty() ? "" : "--" + name;
-    if (shortOption > LAST_SHORT_CODE) {
-        return longForm;
+    std::string column;
+    if (shortOption <= LAST_SHORT_CODE) {
+        column = {'-', static_cast<char>(shortOption)};
     }
-    std::string shortForm = {'-', static_cast<char>(shortOption)};
-    return longForm.empty() ? shortForm : shortForm + ", " + longForm;
-}
-
-using Row = std::pair<std::string, std::string>; // left column, description
-
-void writeRows(std::ostream& stream, const std::vector<Row>& rows)
-{
-    std::size_t width = 0;
-    for (const Row& row : rows) {
-        width = std::max(width, row.first.size());
+    if (!name.empty()) {
+        column += column.empty() ? "--" : ", --";
+        column += name;
     }
-    for (const Row& row : rows) {
-        stream << "  " << std::left << std::setw(static_cast<int>(width)) << row.first << "  " << row.second
-               << std::endl;
-    }
+    return column;
 }
 
 }
@@ -45,14 +33,17 @@ int Application::printHelp(bool error)
 {
     std::ostream& stream = error ? std::cerr : std::cout;
     const std::string path = appPath();
-    const std::string programName = path.substr(path.rfind('/') + 1); // npos + 1 is 0: the whole path
+    const char* const programName = path.c_str() + path.rfind('/') + 1; // npos + 1 is 0: the whole path
     stream << "Usage: " << programName << " " << foreword << std::endl << std::endl;
     if (appImpl.optionList != nullptr) {
-        std::vector<Row> rows;
+        std::size_t width = 0;
         for (const Option* option : *appImpl.optionList) {
-            rows.emplace_back(leftColumn(option->shortOption, option->name), option->description);
+            width = std::max(width, leftColumn(option->shortOption, option->name).size());
         }
-        writeRows(stream, rows);
+        for (const Option* option : *appImpl.optionList) {
+            stream << "  " << std::left << std::setw(static_cast<int>(width))
+                   << leftColumn(option->shortOption, option->name) << "  " << option->description << std::endl;
+        }
     }
     stream << std::endl << afterword << std::endl;
     return error ? STATUS_OF_BAD_USAGE : EXIT_SUCCESS;

@@ -34,7 +34,7 @@ public:
     ~ApplicationImpl();
 
     /// Makes the option table and the parser.
-    apr_status_t prepareParser(int count, char** words, std::vector<Option*>& options);
+    BRINDLE_INTERNAL apr_status_t prepareParser(int count, char** words, std::vector<Option*>& options);
 
     apr_pool_t* pool = nullptr;                 // APR's; goes with apr_terminate
     apr_getopt_t* getoptState = nullptr;        // lives in the pool
@@ -47,7 +47,7 @@ public:
 private:
     ApplicationImpl();
 
-    bool isInUse() const;
+    BRINDLE_INTERNAL bool isInUse() const;
 };
 
 }

@@ -1,9 +1,11 @@
 #include <brindle/Application.hpp>
 
+#include "application/Diagnostics.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <iostream>
+#include <string_view>
 #include <unistd.h>
 
 namespace brindle {
@@ -19,8 +21,8 @@ ssize_t readOwnLink(std::string& target)
 
 std::string reportUnknownLocation(int error)
 {
-    std::cerr << "Failed to determine location of this binary, is /proc mounted?" << std::endl;
-    std::cerr << "Error was: " << std::strerror(error) << std::endl;
+    complain("Failed to determine location of this binary, is /proc mounted?");
+    complain("Error was: ", std::strerror(error));
     return "";
 }
 
@@ -44,16 +46,18 @@ std::string Application::appPath() const
 
 std::string Application::appPrefix(std::string name) const
 {
-    name.erase(std::remove(name.begin(), name.end(), '/'), name.end());
-    const std::string path = appPath();
+    name.resize(static_cast<std::size_t>(std::remove(name.begin(), name.end(), '/') - name.begin()));
+    const std::string ownPath = appPath();
+    const std::string_view path = ownPath;
     std::string prefix = "/";
     for (std::size_t slash = 0; slash < path.size();) {
         const std::size_t nextSlash = std::min(path.find('/', slash + 1), path.size());
-        const std::string component = path.substr(slash + 1, nextSlash - slash - 1);
+        const std::string_view component = path.substr(slash + 1, nextSlash - slash - 1);
         if (component == name) {
             break;
         }
-        prefix += component + "/";
+        prefix += component;
+        prefix += '/';
         slash = nextSlash;
     }
     return prefix;

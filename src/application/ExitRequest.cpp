@@ -1,11 +1,11 @@
 #include "application/ApplicationImpl.hpp"
+#include "application/Diagnostics.hpp"
 #include "application/RecordGate.hpp"
 #include "application/TerminationSignals.hpp"
 
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
-#include <iostream>
 #include <pthread.h>
 
 namespace brindle {
@@ -42,9 +42,8 @@ void Application::exit(int code)
         }
         sleepForAnAttemptInterval(); // outside the gate, or the end of the process would wait for this sleep
     }
-    std::cerr << "Tried to exit cleanly, but we could never exit the event loop. "
-                 "Please speak to the maintainer. Force exit!"
-              << std::endl;
+    complain("Tried to exit cleanly, but we could never exit the event loop. "
+             "Please speak to the maintainer. Force exit!");
     std::exit(EXIT_FAILURE);
 }
 

@@ -8,23 +8,6 @@
 
 namespace brindle::utility {
 
-namespace {
-
-// Below, at or above 0 as the first version is less than, equal to or greater than the second.
-int compare(const std::vector<int>& first, const std::vector<int>& second)
-{
-    const auto [one, other] = std::mismatch(first.begin(), first.end(), second.begin(), second.end());
-    if (one != first.end() && other != second.end()) {
-        return *one < *other ? -1 : 1;
-    }
-    if (!compHelper_terminatesInZeroes(one, first.end())) {
-        return 1;
-    }
-    return compHelper_terminatesInZeroes(other, second.end()) ? 0 : -1;
-}
-
-}
-
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is the interface
 Version::Version(std::string text)
 {
@@ -45,34 +28,13 @@ std::vector<int> Version::getVersionLevels() const
     return levels;
 }
 
-bool Version::operator==(const Version& other) const
+int Version::compareEnds(const Version& other) const
 {
-    return compare(levels, other.levels) == 0;
-}
-
-bool Version::operator!=(const Version& other) const
-{
-    return compare(levels, other.levels) != 0;
-}
-
-bool Version::operator<(const Version& other) const
-{
-    return compare(levels, other.levels) < 0;
-}
-
-bool Version::operator>(const Version& other) const
-{
-    return compare(levels, other.levels) > 0;
-}
-
-bool Version::operator<=(const Version& other) const
-{
-    return compare(levels, other.levels) <= 0;
-}
-
-bool Version::operator>=(const Version& other) const
-{
-    return compare(levels, other.levels) >= 0;
+    const auto common = static_cast<std::ptrdiff_t>(std::min(levels.size(), other.levels.size()));
+    if (!compHelper_terminatesInZeroes(levels.begin() + common, levels.end())) {
+        return 1;
+    }
+    return compHelper_terminatesInZeroes(other.levels.begin() + common, other.levels.end()) ? 0 : -1;
 }
 
 std::ostream& operator<<(std::ostream& stream, const Version& version)

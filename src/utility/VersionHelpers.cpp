@@ -6,15 +6,25 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
+#include <limits>
 #include <stdexcept>
 
 namespace {
 
+// So many digits fit into an int whatever they are; nearly every level has no more, and is read without strtol.
+constexpr std::size_t SAFE_DIGITS = std::numeric_limits<int>::digits10;
+
 [[noreturn]] void fail(const std::string& version, const std::string& level, const char* reason, int error)
 {
-    throw std::runtime_error("Could not convert " + version + " to a version. The version level \"" + level +
-                             "\" cannot be converted to a number" + reason +
-                             ". Error message: " + brindle::utility::systemErrorText(error));
+    std::string message = "Could not convert ";
+    message += version;
+    message += " to a version. The version level \"";
+    message += level;
+    message += "\" cannot be converted to a number";
+    message += reason;
+    message += ". Error message: ";
+    message += brindle::utility::systemErrorText(error);
+    throw std::runtime_error(message);
 }
 
 int parseLevel(const std::string& version, const std::string& level)
@@ -43,7 +53,12 @@ bool compHelper_terminatesInZeroes(std::vector<int>::const_iterator first, std::
 
 bool constructorHelper_containsLetter(const std::string& text)
 {
-    return std::any_of(text.begin(), text.end(), [](unsigned char byte) { return std::isalpha(byte) != 0; });
+    for (const unsigned char byte : text) {
+        if (std::isalpha(byte) != 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // NOLINTNEXTLINE(misc-no-recursion): as deep as an int has digits
@@ -52,14 +67,23 @@ void constructorHelper_separateIntIntoVec(int number, std::vector<int>& levels)
     if (number > 9) {
         constructorHelper_separateIntIntoVec(number / 10, levels);
     }
-    levels.push_back(number % 10);
+    const int digit = number % 10;
+    levels.push_back(digit);
 }
 
 void constructorHelper_separateStringIntoVec(const std::string& text, std::vector<int>& levels)
 {
-    std::string level; // one buffer for all of them
-    for (std::size_t begin = 0; begin < text.size(); begin += level.size() + 1) {
-        level.assign(text, begin, text.find('.', begin) - begin);
-        levels.push_back(parseLevel(text, level));
+    for (std::size_t begin = 0, end = 0; begin < text.size(); begin = end + 1) {
+        int level = 0;
+        for (end = begin; end - begin < SAFE_DIGITS && '0' <= text[end] && text[end] <= '9'; ++end) {
+            level = 10 * level + (text[end] - '0');
+        }
+        if (end == text.size() || text[end] == '.') {
+            errno = 0; // as after any level that was read
+        } else {
+            end = std::min(text.find('.', end), text.size());
+            level = parseLevel(text, text.substr(begin, end - begin));
+        }
+        levels.push_back(level);
     }
 }

@@ -115,7 +115,7 @@ public:
     void forgetWaiters() { waiters.clear(); }
 
 private:
-    void enqueue(WaitingCondition& self);
+    BRINDLE_INTERNAL void enqueue(WaitingCondition& self);
 
     std::vector<WaitingCondition*> waiters; // a heap; the records belong to the threads that wait
 };

@@ -27,19 +27,31 @@ namespace brindle::threads {
 class BRINDLE_EXPORT ScopedLock {
 public:
     /// Locks @p guarded, which is initialised and not null.
-    explicit ScopedLock(pthread_mutex_t* guarded);
+    BRINDLE_EXPORT_INLINE explicit ScopedLock(pthread_mutex_t* guarded) : mutex(guarded) { relock(); }
 
     ScopedLock(const ScopedLock&) = delete;
     ScopedLock& operator=(const ScopedLock&) = delete;
 
     /// Gives the mutex back if this guard holds it.
-    ~ScopedLock();
+    BRINDLE_EXPORT_INLINE ~ScopedLock() { unlock(); }
 
     /// Gives the mutex back if this guard holds it; does nothing otherwise.
-    void unlock();
+    BRINDLE_EXPORT_INLINE void unlock()
+    {
+        if (locked) {
+            pthread_mutex_unlock(mutex);
+        }
+        locked = false;
+    }
 
     /// Takes the mutex again unless this guard holds it already.
-    void relock();
+    BRINDLE_EXPORT_INLINE void relock()
+    {
+        if (!locked) {
+            pthread_mutex_lock(mutex);
+        }
+        locked = true;
+    }
 
 private:
     bool locked = false;

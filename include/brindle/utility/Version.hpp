@@ -2,6 +2,8 @@
 
 #include <brindle/Export.hpp>
 
+#include <algorithm>
+#include <cstddef>
 #include <iosfwd>
 #include <string>
 #include <vector>
@@ -50,15 +52,30 @@ public:
     /// The levels, most significant first, trailing zeros included.
     std::vector<int> getVersionLevels() const;
 
-    bool operator==(const Version& other) const;
-    bool operator!=(const Version& other) const;
-    bool operator<(const Version& other) const;
-    bool operator>(const Version& other) const;
-    bool operator<=(const Version& other) const;
-    bool operator>=(const Version& other) const;
+    BRINDLE_EXPORT_INLINE bool operator==(const Version& other) const { return compare(other) == 0; }
+    BRINDLE_EXPORT_INLINE bool operator!=(const Version& other) const { return compare(other) != 0; }
+    BRINDLE_EXPORT_INLINE bool operator<(const Version& other) const { return compare(other) < 0; }
+    BRINDLE_EXPORT_INLINE bool operator>(const Version& other) const { return compare(other) > 0; }
+    BRINDLE_EXPORT_INLINE bool operator<=(const Version& other) const { return compare(other) <= 0; }
+    BRINDLE_EXPORT_INLINE bool operator>=(const Version& other) const { return compare(other) >= 0; }
 
 private:
     friend std::ostream& operator<<(std::ostream& stream, const Version& version);
+
+    // Below, at or above 0 as this version is less than, equal to or greater than the other.
+    int compare(const Version& other) const
+    {
+        const std::size_t common = std::min(levels.size(), other.levels.size());
+        for (std::size_t position = 0; position < common; ++position) {
+            if (levels[position] != other.levels[position]) {
+                return levels[position] < other.levels[position] ? -1 : 1;
+            }
+        }
+        return levels.size() == other.levels.size() ? 0 : compareEnds(other);
+    }
+
+    // The same, where the versions are equal up to the end of the shorter one.
+    int compareEnds(const Version& other) const;
 
     std::vector<int> levels;
 };
