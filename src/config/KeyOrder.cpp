@@ -46,7 +46,7 @@ std::size_t commonLength(const char* text, const Entry* first, const Entry* last
 // Moves the entries to `to`, sorted by one byte of their heads alone.
 void distribute(const Entry* from, Entry* to, std::size_t size, unsigned byte)
 {
-    const auto valueOf = [byte](const Entry& entry) { return entry.head >> 8 * byte & 0xFF; };
+    const auto valueOf = [byte](const Entry& entry) { return static_cast<std::size_t>(entry.head >> 8 * byte & 0xFF); };
     std::array<std::size_t, 257> places = {};
     for (const Entry* entry = from; entry != from + size; ++entry) {
         ++places[valueOf(*entry) + 1];
