@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <numeric>
 
 namespace brindle {
@@ -11,6 +12,11 @@ namespace brindle {
 // behind whatever their keys have in common, and are sorted again among themselves.
 
 namespace {
+
+struct Entry {
+    std::size_t word;
+    std::uint64_t head;
+};
 
 constexpr unsigned HEAD_BYTES = 7;
 constexpr unsigned GOES_ON = HEAD_BYTES + 1;
@@ -32,13 +38,13 @@ std::uint64_t headOf(const char* key)
 // How many bytes all keys have in common from `depth` on.
 std::size_t commonLength(const char* text, const Entry* first, const Entry* last, std::size_t depth)
 {
-    const char* const key = text + first->offset + depth;
+    const char* const key = text + first->word + depth;
     const char* end = key;
     while (last - first > 1 && *end != '=') {
         ++end;
     }
     for (const Entry* entry = first + 1; entry != last && end != key; ++entry) {
-        end = std::mismatch(key, end, text + entry->offset + depth).first;
+        end = std::mismatch(key, end, text + entry->word + depth).first;
     }
     return static_cast<std::size_t>(end - key);
 }
@@ -100,7 +106,7 @@ void sortFrom(std::size_t depth, const char* text, Entry* first, Entry* last, En
 {
     depth += commonLength(text, first, last, depth);
     for (Entry* entry = first; entry != last; ++entry) {
-        entry->head = headOf(text + entry->offset + depth);
+        entry->head = headOf(text + entry->word + depth);
     }
     sortByHead(first, last, spare);
     while (first != last) {
@@ -114,11 +120,19 @@ void sortFrom(std::size_t depth, const char* text, Entry* first, Entry* last, En
 
 }
 
-void sortByKey(const std::string& text, std::vector<Entry>& entries)
+void sortByKey(const std::string& text, std::vector<std::size_t>& words)
 {
-    if (entries.size() > 1) {
-        std::vector<Entry> spare(entries);
-        sortFrom(0, text.data(), entries.data(), entries.data() + entries.size(), spare.data());
+    const std::size_t size = words.size();
+    if (size < 2) {
+        return;
+    }
+    std::vector<Entry> entries(2 * size); // half of them spare
+    for (std::size_t place = 0; place < size; ++place) {
+        entries[place].word = words[place];
+    }
+    sortFrom(0, text.data(), entries.data(), entries.data() + size, entries.data() + size);
+    for (std::size_t place = 0; place < size; ++place) {
+        words[place] = entries[place].word;
     }
 }
 

@@ -84,10 +84,15 @@ bool CondVar::signal()
     if (waiters.empty()) {
         return false;
     }
+    releaseFirst();
+    return true;
+}
+
+void CondVar::releaseFirst()
+{
     waiters.front()->post();
     std::pop_heap(waiters.begin(), waiters.end(), WaitCondComparison());
     waiters.pop_back();
-    return true;
 }
 
 bool CondVar::broadcast()

@@ -116,6 +116,7 @@ public:
 
 private:
     BRINDLE_INTERNAL void enqueue(WaitingCondition& self);
+    BRINDLE_INTERNAL void releaseFirst();
 
     std::vector<WaitingCondition*> waiters; // a heap; the records belong to the threads that wait
 };
