@@ -1,0 +1,96 @@
+// What does a configuration file cost to read, against its number of entries?
+//
+// Run one contender and size a process, as script/bench does: a program reads such a file once, into a heap that is still in order.
+
+#include "files.hpp"
+
+#include "Check.hpp"
+
+#include <brindle/Configuration.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <fcntl.h>
+#include <fstream>
+#include <map>
+#include <numeric>
+#include <random>
+#include <unistd.h>
+#include <vector>
+
+std::string keyOf(long number)
+{
+    return "sensor." + std::to_string(number);
+}
+
+std::string valueOf(long number)
+{
+    return std::to_string(number * 7919 % 100'000);
+}
+
+std::string fileOf(const benchmark::State& state)
+{
+    static const int descriptor = fileno(std::tmpfile());
+    std::vector<long> order(static_cast<std::size_t>(state.range(0)));
+    std::iota(order.begin(), order.end(), 0);
+    std::shuffle(order.begin(), order.end(), std::minstd_rand());
+    std::string content = "[all]\n";
+    for (const long number : order) {
+        content += keyOf(number) + "=" + valueOf(number) + "\n";
+    }
+    const auto size = static_cast<ssize_t>(content.size());
+    check(ftruncate(descriptor, 0) == 0 && pwrite(descriptor, content.data(), content.size(), 0) == size, "the file");
+    return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
+namespace {
+
+void ours(benchmark::State& state)
+{
+    const std::string path = fileOf(state);
+    std::string value;
+    while (state.KeepRunning()) {
+        brindle::Configuration configuration;
+        configuration.readCfgFile(path);
+        configuration.getOption(keyOf(7), value);
+    }
+    check(value == valueOf(7), "brindle");
+}
+
+void ifstream(benchmark::State& state)
+{
+    const std::string path = fileOf(state);
+    std::string value;
+    while (state.KeepRunning()) {
+        std::map<std::string, std::string> entries;
+        std::ifstream file(path);
+        for (std::string word; file >> word;) {
+            const std::size_t equals = word.find('=');
+            if (equals != std::string::npos) {
+                entries[word.substr(0, equals)] = word.substr(equals + 1);
+            }
+        }
+        value = entries[keyOf(7)];
+    }
+    check(value == valueOf(7), "ifstream");
+}
+
+void readAlone(benchmark::State& state)
+{
+    const std::string path = fileOf(state);
+    while (state.KeepRunning()) {
+        const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        char piece[16'384];
+        while (read(descriptor, piece, sizeof piece) > 0) {
+        }
+        close(descriptor);
+    }
+}
+
+BENCHMARK(ours)->Name("read a file/brindle")->Apply(sizes);
+BENCHMARK(ifstream)->Name("read a file/ifstream")->Apply(sizes);
+BENCHMARK(readAlone)->Name("read a file/floor")->Apply(sizes);
+
+}
+
+BENCHMARK_MAIN();
