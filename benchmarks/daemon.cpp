@@ -19,6 +19,11 @@ namespace {
 
 const std::filesystem::path HERE = std::filesystem::read_symlink("/proc/self/exe").parent_path();
 
+std::string programOf(const std::string& who)
+{
+    return HERE / ("daemon_" + who);
+}
+
 pid_t start(const std::string& who, const char* wait)
 {
     static const std::string configuration = [] {
@@ -32,7 +37,7 @@ pid_t start(const std::string& who, const char* wait)
         ~Removal() { unlink(path.c_str()); }
         std::string path;
     } removal = {configuration};
-    std::string program = HERE / ("daemon_" + who), option = "--config=" + removal.path, wanted = wait;
+    std::string program = programOf(who), option = "--config=" + removal.path, wanted = wait;
     char* const arguments[] = {program.data(), option.data(), wanted.empty() ? nullptr : wanted.data(), nullptr};
     pid_t pid = 0;
     check(posix_spawn(&pid, program.c_str(), nullptr, nullptr, arguments, environ) == 0, program.c_str());
@@ -41,6 +46,9 @@ pid_t start(const std::string& who, const char* wait)
 
 void startToExit(benchmark::State& state, const char* who)
 {
+    if (!std::filesystem::exists(programOf(who))) {
+        state.SkipWithError("not built");
+    }
     while (state.KeepRunning()) {
         const auto begin = std::chrono::steady_clock::now();
         int status = 0;
@@ -62,6 +70,9 @@ std::string fieldOf(pid_t pid, const std::string& name)
 // What it holds once it has its threads and has slept for a while.
 void memory(benchmark::State& state, const char* who)
 {
+    if (!std::filesystem::exists(programOf(who))) {
+        state.SkipWithError("not built");
+    }
     while (state.KeepRunning()) {
         const pid_t pid = start(who, "--wait");
         usleep(300'000);
@@ -71,22 +82,20 @@ void memory(benchmark::State& state, const char* who)
     }
 }
 
+void oneStart(benchmark::internal::Benchmark* benchmark)
+{
+    benchmark->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
 }
 
-int main(int argc, char** argv)
-{
-    for (const char* who : {"brindle", "floor", "asio", "poco"}) {
-        if (!exists(HERE / (std::string("daemon_") + who))) {
-            continue;
-        }
-        const std::string name = who == std::string("poco") ? "POCO" : who;
-        benchmark::RegisterBenchmark(("daemon, start to exit/" + name).c_str(), startToExit, who)
-            ->UseManualTime()
-            ->Iterations(1)
-            ->Unit(benchmark::kMillisecond);
-        benchmark::RegisterBenchmark(("memory of the daemon/" + name).c_str(), memory, who)->Iterations(1);
-    }
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+BENCHMARK_CAPTURE(startToExit, brindle, "brindle")->Name("daemon, start to exit/brindle")->Apply(oneStart);
+BENCHMARK_CAPTURE(startToExit, floor, "floor")->Name("daemon, start to exit/floor")->Apply(oneStart);
+BENCHMARK_CAPTURE(startToExit, asio, "asio")->Name("daemon, start to exit/asio")->Apply(oneStart);
+BENCHMARK_CAPTURE(startToExit, poco, "poco")->Name("daemon, start to exit/POCO")->Apply(oneStart);
+BENCHMARK_CAPTURE(memory, brindle, "brindle")->Name("memory of the daemon/brindle")->Iterations(1);
+BENCHMARK_CAPTURE(memory, floor, "floor")->Name("memory of the daemon/floor")->Iterations(1);
+BENCHMARK_CAPTURE(memory, asio, "asio")->Name("memory of the daemon/asio")->Iterations(1);
+BENCHMARK_CAPTURE(memory, poco, "poco")->Name("memory of the daemon/POCO")->Iterations(1);
+
 }
+
+BENCHMARK_MAIN();

@@ -4,6 +4,7 @@
 #include <Poco/Util/OptionSet.h>
 #include <Poco/Util/PropertyFileConfiguration.h>
 #include <Poco/Util/ServerApplication.h>
+#include <csignal>
 #include <iostream> // which the macro below forgets
 #include <string>
 #include <thread>
@@ -37,6 +38,10 @@ protected:
         }
         Poco::Timer timer(1000, 1000);
         timer.start(Poco::TimerCallback<Daemon>(*this, &Daemon::onTimer));
+        sigset_t ends; // a request that came before the wait would kill the process
+        sigemptyset(&ends);
+        sigaddset(&ends, SIGINT);
+        pthread_sigmask(SIG_BLOCK, &ends, nullptr);
         std::thread worker;
         if (!waits) {
             worker = std::thread([] { terminate(); });

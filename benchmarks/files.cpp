@@ -15,6 +15,7 @@
 #include <map>
 #include <numeric>
 #include <random>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -28,19 +29,46 @@ std::string valueOf(long number)
     return std::to_string(number * 7919 % 100'000);
 }
 
-std::string fileOf(const benchmark::State& state)
+namespace {
+
+void writeEntries(int descriptor, long size)
 {
-    static const int descriptor = fileno(std::tmpfile());
-    std::vector<long> order(static_cast<std::size_t>(state.range(0)));
+    std::vector<long> order(static_cast<std::size_t>(size));
     std::iota(order.begin(), order.end(), 0);
     std::shuffle(order.begin(), order.end(), std::minstd_rand());
     std::string content = "[all]\n";
     for (const long number : order) {
         content += keyOf(number) + "=" + valueOf(number) + "\n";
     }
-    const auto size = static_cast<ssize_t>(content.size());
-    check(ftruncate(descriptor, 0) == 0 && pwrite(descriptor, content.data(), content.size(), 0) == size, "the file");
+    const auto length = static_cast<ssize_t>(content.size());
+    check(ftruncate(descriptor, 0) == 0 && pwrite(descriptor, content.data(), content.size(), 0) == length, "the file");
+}
+
+}
+
+std::string fileOf(const benchmark::State& state)
+{
+    static const int descriptor = fileno(std::tmpfile());
+    const pid_t writer = fork(); // so that the heap of this process does not know of it
+    if (writer == 0) {
+        writeEntries(descriptor, state.range(0));
+        _exit(EXIT_SUCCESS);
+    }
+    int status = 0;
+    check(waitpid(writer, &status, 0) == writer && status == 0, "the file");
     return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
+void reportPeak(benchmark::State& state)
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string field; status >> field;) {
+        if (field == "VmHWM:") {
+            double kilobytes = 0;
+            status >> kilobytes;
+            state.counters["peak"] = 1024 * kilobytes;
+        }
+    }
 }
 
 namespace {
@@ -54,6 +82,7 @@ void ours(benchmark::State& state)
         configuration.readCfgFile(path);
         configuration.getOption(keyOf(7), value);
     }
+    reportPeak(state);
     check(value == valueOf(7), "brindle");
 }
 
@@ -72,6 +101,7 @@ void ifstream(benchmark::State& state)
         }
         value = entries[keyOf(7)];
     }
+    reportPeak(state);
     check(value == valueOf(7), "ifstream");
 }
 

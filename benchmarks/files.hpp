@@ -7,6 +7,9 @@
 // "[all]", which GKeyFile and QSettings need and the others skip.
 std::string fileOf(const benchmark::State& state);
 
+// Reports the most memory that this process has held until now.
+void reportPeak(benchmark::State& state);
+
 // Entry number `number`.
 std::string keyOf(long number);
 std::string valueOf(long number);

@@ -17,6 +17,7 @@ void glib(benchmark::State& state)
         g_free(found);
         g_key_file_free(file);
     }
+    reportPeak(state);
     check(value == valueOf(7), "GLib");
 }
 

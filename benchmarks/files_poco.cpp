@@ -15,6 +15,7 @@ void poco(benchmark::State& state)
             new Poco::Util::PropertyFileConfiguration(path));
         value = file->getString(keyOf(7));
     }
+    reportPeak(state);
     check(value == valueOf(7), "POCO");
 }
 

@@ -16,6 +16,7 @@ void release(benchmark::State& state)
     std::atomic<int> returned = 0;
     std::atomic<bool> over = false;
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(size));
     for (int number = 0; number < size; ++number) {
         threads.emplace_back([&crowd, &returned, &over, number] {
             while (!over) {

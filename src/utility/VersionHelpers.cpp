@@ -53,8 +53,8 @@ bool compHelper_terminatesInZeroes(std::vector<int>::const_iterator first, std::
 
 bool constructorHelper_containsLetter(const std::string& text)
 {
-    for (const unsigned char byte : text) {
-        if (std::isalpha(byte) != 0) {
+    for (const char byte : text) {
+        if (std::isalpha(static_cast<unsigned char>(byte)) != 0) {
             return true;
         }
     }
