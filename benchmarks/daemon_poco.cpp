@@ -36,12 +36,12 @@ protected:
         if (!configuration->has("interval")) {
             return EXIT_SOFTWARE;
         }
-        Poco::Timer timer(1000, 1000);
-        timer.start(Poco::TimerCallback<Daemon>(*this, &Daemon::onTimer));
         sigset_t ends; // a request that came before the wait would kill the process
         sigemptyset(&ends);
         sigaddset(&ends, SIGINT);
         pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+        Poco::Timer timer(1000, 1000);
+        timer.start(Poco::TimerCallback<Daemon>(*this, &Daemon::onTimer));
         std::thread worker;
         if (!waits) {
             worker = std::thread([] { terminate(); });
