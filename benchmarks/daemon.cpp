@@ -1,7 +1,7 @@
 // What does a whole small daemon take from its start to its end, and what memory while it waits?
 //
 // Each daemon_WHO beside this program reads an option, a configuration file of two entries, starts a timer of one second
-// and a worker that asks for the end at once, and waits. With --wait nobody asks, until a signal does.
+// and a worker that asks for the end after a millisecond, and waits. With --wait nobody asks, until a signal does.
 
 #include "Check.hpp"
 

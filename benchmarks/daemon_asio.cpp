@@ -30,7 +30,10 @@ int main(int argc, char** argv)
     again({});
     std::thread worker;
     if (!arguments.waits) {
-        worker = std::thread([&loop] { loop.stop(); });
+        worker = std::thread([&loop] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            loop.stop();
+        });
     }
     loop.run();
     if (worker.joinable()) {

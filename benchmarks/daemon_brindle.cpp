@@ -3,6 +3,7 @@
 #include <brindle/Option.hpp>
 #include <brindle/time/Timer.hpp>
 
+#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -29,7 +30,10 @@ int main(int argc, char** argv)
     brindle::time::Timer timer(1);
     timer.start();
     if (!wait.isSet()) {
-        std::thread([] { Application::app().exit(0); }).detach();
+        std::thread([] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            Application::app().exit(0);
+        }).detach();
     }
     return Application::app().runEventLoop();
 }

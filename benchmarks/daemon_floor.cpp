@@ -2,6 +2,7 @@
 
 #include "Arguments.hpp"
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
@@ -27,7 +28,10 @@ int main(int argc, char** argv)
     timer_create(CLOCK_REALTIME, &event, &timer);
     timer_settime(timer, 0, &period, nullptr);
     if (!arguments.waits) {
-        std::thread([] { kill(getpid(), SIGUSR1); }).detach();
+        std::thread([] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            kill(getpid(), SIGUSR1);
+        }).detach();
     }
     int signal = 0;
     sigwait(&ends, &signal);

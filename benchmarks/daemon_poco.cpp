@@ -4,6 +4,7 @@
 #include <Poco/Util/OptionSet.h>
 #include <Poco/Util/PropertyFileConfiguration.h>
 #include <Poco/Util/ServerApplication.h>
+#include <chrono>
 #include <csignal>
 #include <iostream> // which the macro below forgets
 #include <string>
@@ -44,7 +45,10 @@ protected:
         timer.start(Poco::TimerCallback<Daemon>(*this, &Daemon::onTimer));
         std::thread worker;
         if (!waits) {
-            worker = std::thread([] { terminate(); });
+            worker = std::thread([] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                terminate();
+            });
         }
         waitForTerminationRequest();
         if (worker.joinable()) {

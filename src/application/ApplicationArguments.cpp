@@ -2,7 +2,6 @@
 
 #include <brindle/Option.hpp>
 
-#include <algorithm>
 #include <apr_errno.h>
 
 namespace brindle {
@@ -33,18 +32,16 @@ int Application::parseArg()
     if (status != APR_SUCCESS) {
         return resultOf(status);
     }
-    const std::vector<Option*>& options = *appImpl.optionList;
-    const auto found = std::find_if(options.begin(), options.end(),
-                                    [code](const Option* option) { return option->shortOption == code; });
-    if (found == options.end()) {
-        return WRONG_WORD; // the program has changed the list since init()
+    for (Option* option : *appImpl.optionList) {
+        if (option->shortOption == code) {
+            option->wasSet = true;
+            if (argument != nullptr) {
+                option->argumentText = argument;
+            }
+            return option->handleOption();
+        }
     }
-    Option& option = **found;
-    option.wasSet = true;
-    if (argument != nullptr) {
-        option.argumentText = argument;
-    }
-    return option.handleOption();
+    return WRONG_WORD; // the program has changed the list since init()
 }
 
 }
