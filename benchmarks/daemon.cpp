@@ -82,9 +82,10 @@ void memory(benchmark::State& state, const char* who)
     }
 }
 
+// Each start is a figure of its own: they make a distribution.
 void oneStart(benchmark::internal::Benchmark* benchmark)
 {
-    benchmark->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+    benchmark->UseManualTime()->Iterations(1)->Repetitions(200)->Unit(benchmark::kMillisecond);
 }
 
 BENCHMARK_CAPTURE(startToExit, brindle, "brindle")->Name("daemon, start to exit/brindle")->Apply(oneStart);

@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <locale>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -73,8 +74,14 @@ std::map<std::string, std::string> entriesOf(const FileText& file)
         }
         const char* const key = text + *word;
         const char* const equals = findEquals(key, end);
-        entries.insert_or_assign(entries.end(), std::string(key, equals),
-                                 std::string(equals + 1, words.endOfWord(equals)));
+        const char* const value = equals + 1;
+        const char* const valueEnd = words.endOfWord(value);
+        const std::size_t others = entries.size();
+        const auto entry = entries.emplace_hint(entries.end(), std::piecewise_construct, std::tuple(key, equals),
+                                                std::tuple(value, valueEnd));
+        if (entries.size() == others) { // the key is there: the last word counts
+            entry->second.assign(value, valueEnd);
+        }
     }
     return entries;
 }
