@@ -148,8 +148,9 @@ public:
     void exit(int code);
 
     /// Whether SIGINT or SIGTERM has come; already true when runEventLoop() returns because of one. Set by the
-    /// signal handler only, never by exit().
-    static std::atomic<bool> HasApplicationTerminated;
+    /// signal handler only, never by exit(). To be read as a bool; its type is an int, because that is lock-free on
+    /// every machine, as an atomic of one byte is not.
+    static std::atomic<int> HasApplicationTerminated;
 
 private:
     Application();

@@ -19,8 +19,7 @@ namespace {
 
 }
 
-std::atomic<bool> Application::HasApplicationTerminated = false;
-static_assert(std::atomic<bool>::is_always_lock_free, "the signal handler sets the flag");
+std::atomic<int> Application::HasApplicationTerminated = 0;
 
 Application& Application::app()
 {
