@@ -22,7 +22,7 @@ void beforeFork()
 
 void afterForkInParent()
 {
-    pthread_sigmask(SIG_SETMASK, &maskOutsideTheFork, nullptr);
+    restoreTerminationSignals(maskOutsideTheFork);
 }
 
 void afterForkInChild()
@@ -34,7 +34,7 @@ void afterForkInChild()
         pthread_mutex_init(record.mutex.get(), nullptr);
         record.condVar->forgetWaiters();
     }
-    pthread_sigmask(SIG_SETMASK, &maskOutsideTheFork, nullptr);
+    restoreTerminationSignals(maskOutsideTheFork);
 }
 
 }

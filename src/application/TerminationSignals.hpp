@@ -7,6 +7,10 @@ namespace brindle {
 /// Blocks SIGINT and SIGTERM in the calling thread; @p previous receives its mask as it was.
 void blockTerminationSignals(sigset_t* previous);
 
+/// Undoes that. Sets nothing but these two: musl leaves the signal of its timers out of the masks that it tells, and in a
+/// timer's callback it would end the process if it were not blocked.
+void restoreTerminationSignals(const sigset_t& previous);
+
 /// Blocks SIGINT and SIGTERM in the calling thread until the end of the scope.
 ///
 /// Whoever locks the application mutex blocks them first, so the handler never runs on a thread that holds it.
@@ -16,7 +20,7 @@ public:
     TerminationSignalsBlocked() { blockTerminationSignals(&previous); }
     TerminationSignalsBlocked(const TerminationSignalsBlocked&) = delete;
     TerminationSignalsBlocked& operator=(const TerminationSignalsBlocked&) = delete;
-    ~TerminationSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &previous, nullptr); }
+    ~TerminationSignalsBlocked() { restoreTerminationSignals(previous); }
 
     /// The thread's mask outside the scope.
     const sigset_t& previousMask() const { return previous; }
