@@ -231,25 +231,27 @@ TEST(Version, WritesItsLevelsAsTheStreamWritesNumbers)
 
 TEST(SystemException, JoinsTheContextAndTheSystemsWords)
 {
+    const std::string denied = strerror(EACCES), odd = strerror(987654321);
     errno = EACCES;
-    EXPECT_STREQ("open: No such file or directory", SystemException("open", ENOENT).what());
-    EXPECT_STREQ("open: Permission denied", SystemException("open").what());
-    EXPECT_STREQ(": Permission denied", SystemException("").what());
-    EXPECT_STREQ("Permission denied", SystemException(nullptr).what());
-    EXPECT_STREQ("odd: Unknown error 987654321", SystemException("odd", 987654321).what()); // some libcs set errno then
+    EXPECT_STREQ("open: No such file or directory", SystemException("open", ENOENT).what()); // in every libc
+    EXPECT_EQ("open: " + denied, SystemException("open").what());
+    EXPECT_EQ(": " + denied, SystemException("").what());
+    EXPECT_EQ(denied, SystemException(nullptr).what());
+    EXPECT_EQ("odd: " + odd, SystemException("odd", 987654321).what()); // some libcs set errno then
     EXPECT_EQ(EACCES, errno);
 }
 
 TEST(SystemException, ReplacesTheContextAsAWholeOrNotAtAll)
 {
+    const std::string text = strerror(EIO);
     SystemException exception("read", EIO);
     allocations::failEach([&] { exception.resetContext("a context too long to be kept inside the string itself"); },
-                          [&] { EXPECT_STREQ("read: Input/output error", exception.what()); });
+                          [&] { EXPECT_EQ("read: " + text, exception.what()); });
     exception.resetContext("write");
     exception.resetContext(exception.what());
-    EXPECT_STREQ("write: Input/output error: Input/output error", exception.what());
+    EXPECT_EQ("write: " + text + ": " + text, exception.what());
     exception.resetContext(nullptr);
-    EXPECT_STREQ("Input/output error", exception.what());
+    EXPECT_EQ(text, exception.what());
 }
 
 TEST(Uuid, IsNewEachTime)

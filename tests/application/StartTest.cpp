@@ -133,8 +133,9 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec* end, timespec*)
 
 TEST(Init, ReportsTheStepThatFailedAndInstallsNoHandlerThen)
 {
-    expectOutcome("Error when initializing application. Cannot allocate memory\n12 no SIGINT no SIGTERM", "", 1);
-    expectOutcome("Error when initializing application. Cannot allocate memory\n12 no SIGINT no SIGTERM", "", 3);
+    const std::string outOfMemory = strerror(ENOMEM);
+    expectOutcome("Error when initializing application. " + outOfMemory + "\n12 no SIGINT no SIGTERM", "", 1);
+    expectOutcome("Error when initializing application. " + outOfMemory + "\n12 no SIGINT no SIGTERM", "", 3);
     expectOutcome("Error when initializing application. Invalid argument\n22 no SIGINT no SIGTERM", "-a", 4);
     expectOutcome("APR ends after 0 ms\n"
                   "INTERNAL ERROR! Unable to register APR cleaning operations.\n-1 no SIGINT no SIGTERM",
