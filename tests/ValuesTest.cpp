@@ -166,14 +166,18 @@ TEST(Configuration, IsAsItWasWhenMemoryRunsOut)
 // The text; its levels, or the piece that cannot be read; and errno, which was ENOENT.
 TEST(Version, ReadsALevelFromEachPieceOrNamesTheOneThatItCannotRead)
 {
+    errno = 0;
+    std::strtol("", nullptr, 10);
+    const int noDigits = errno; // 0, or EINVAL with musl
     const std::tuple<std::string, std::string, int> rows[] = {
         {"", "{}", ENOENT},
         {"1.10.2", "{ 1, 10, 2 }", 0},
-        {".1..2.0.", "{ 0, 1, 0, 2, 0 }", 0},
-        {" 010.\t2.3 .\v\n4. .+1.+-2.1-2.-3.1,5", "{ 10, 2, 3, 4, 0, 1, 0, 1, -3, 1 }", 0},
+        {" 010.\t2.3 .\v\n4.+1.1-2.-3.1,5", "{ 10, 2, 3, 4, 1, 1, -3, 1 }", 0},
+        {".1. .2.0.", noDigits != 0 ? "" : "{ 0, 1, 0, 2, 0 }", noDigits},
+        {"1.+-2", noDigits != 0 ? "+-2" : "{ 1, 0 }", noDigits},
         {"01.010.00000000000003", "{ 1, 10, 3 }", 0},
         {"2147483647.-2147483648", "{ 2147483647, -2147483648 }", 0},
-        {"1\0002.3.\xe4.\xff"s, "{ 1, 3, 0, 0 }", 0},
+        {"1\0002.3\xe4.4\xff"s, "{ 1, 3, 4 }", 0},
         {"v1", "v1", ENOENT},
         {"1.2B.3", "2B", 0},
         {"-2147483649", "-2147483649", ERANGE},
@@ -198,7 +202,7 @@ TEST(Version, ReadsALevelFromEachPieceOrNamesTheOneThatItCannotRead)
 TEST(Version, ComparesEveryPairInAllSixWays)
 {
     std::istringstream texts(
-        "-2147483648 < -2 -2.0 < -2.9 < -1 -1. < -1.1 < . 0 0.0 .0. -0 < 0.0.1 < 0.1 < "
+        "-2147483648 < -2 -2.0 < -2.9 < -1 -1. < -1.1 < 0. 0 0.0 0.0. -0 < 0.0.1 < 0.1 < "
         "1 01 1. 1.0 1.0.00 < 1.0.1 < 1.1 < 1.2 1.02 1.2.0 1.2.0.0. < 1.2.0.1 < 1.2.1 < 1.2.2147483647 < "
         "1.9 < 1.10 < 1.10.2 < 1.99 < 2 2.-0 < 10 010 < 2147483647 2147483647.0");
     std::vector<std::pair<int, Version>> versions;

@@ -78,7 +78,7 @@ void constructorHelper_separateStringIntoVec(const std::string& text, std::vecto
         for (end = begin; end - begin < SAFE_DIGITS && '0' <= text[end] && text[end] <= '9'; ++end) {
             level = 10 * level + (text[end] - '0');
         }
-        if (end == text.size() || text[end] == '.') {
+        if (end > begin && (end == text.size() || text[end] == '.')) {
             errno = 0; // as after any level that was read
         } else {
             end = std::min(text.find('.', end), text.size());

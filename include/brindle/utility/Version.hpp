@@ -37,12 +37,13 @@ public:
     /// Reads @p text, cut at its dots, one level per piece. A final dot adds no level, and an empty text has none.
     ///
     /// A piece is read as `strtol` reads base 10: leading blanks and a sign are taken, whatever follows the digits
-    /// is not looked at ("1-2" is 1), and without digits the level is 0 ("1..2" is 1.0.2).
+    /// is not looked at ("1-2" is 1), and without digits the level is 0 ("1..2" is 1.0.2), but with musl an error.
     ///
     /// @throws std::runtime_error naming the text and its first piece that holds a letter (`isalpha` in the
-    ///         current C locale) or a number beyond a 32-bit int. The message ends with the system's words for
-    ///         `errno`: ERANGE for the number; for the letter what `errno` was by then, which is 0 after an earlier
-    ///         piece and the caller's own value at the first. A text that is read, unless empty, leaves `errno` 0.
+    ///         current C locale) or a number beyond a 32-bit int, or that `strtol` refuses, as musl's does one without
+    ///         digits. The message ends with the system's words for `errno`: ERANGE for the number, EINVAL for no digits;
+    ///         for the letter what `errno` was by then, which is 0 after an earlier piece and the caller's own value at
+    ///         the first. A text that is read, unless empty, leaves `errno` 0.
     explicit Version(std::string text);
 
     /// The decimal digits of @p number, one level each: 123 is 1.2.3 and 10 is 1.0. A negative number has one
