@@ -51,7 +51,7 @@ check() { # check COMMAND EXPECTED
         eval "$command" >"$output" 2>&1
     fi
     status=$?
-    if ! diff -u --label "said in $file" --label printed <(printf '%s' "$expected" | hide_uuids) <(hide_uuids <"$output"); then
+    if ! diff -u -L "said in $file" -L printed <(printf '%s' "$expected" | hide_uuids) <(hide_uuids <"$output"); then
         echo "^^^ $command" >&2
         failures=$((failures + 1))
     fi
