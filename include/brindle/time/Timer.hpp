@@ -7,7 +7,7 @@ namespace brindle::time {
 
 class BRINDLE_EXPORT TimerImpl;
 
-/// Calls onTimeout() every so many whole seconds, each time on a new thread, until it is stopped.
+/// Calls onTimeout() every so many whole seconds, on threads of its own, until it is stopped.
 ///
 /// Derive, override onTimeout(), make the object, start() it. Underneath is a POSIX timer on `CLOCK_REALTIME`
 /// with `SIGEV_THREAD`. The first expiry comes one period after start(); setting the clock moves none of them
@@ -18,9 +18,10 @@ class BRINDLE_EXPORT TimerImpl;
 /// - Blocking: none. stop() does not wait for callbacks.
 /// - Errors: start() and restart() return −1 with `errno`; they and the constructor throw `std::bad_alloc`, and
 ///   then nothing has changed. An expiry for which the system cannot make a thread is lost without a report.
-/// - Signals: glibc runs callbacks with every signal blocked (measured on 2.36), and what they start, processes
-///   too, inherits that; a write to a broken pipe gives EPIPE there instead of SIGPIPE. uClibc-ng blocks none
-///   (measured on 1.0.35), so a handler may run in a callback. Application::exit() may be called in callbacks on both.
+/// - Signals: glibc and musl run callbacks with every signal blocked (measured on 2.36 and 1.2.3), and what they start,
+///   processes too, inherits that; a write to a broken pipe gives EPIPE there instead of SIGPIPE. uClibc-ng blocks none
+///   (measured on 1.0.35), so a handler may run in a callback. Application::exit() may be called in callbacks on all.
+///   On musl a callback sets no whole mask: signal 32 has to stay blocked, and is in no mask that musl tells.
 /// - Lifetime: neither copied nor moved. A callback uses the object, so the object outlives every callback; see
 ///   below. At the end of the process, callbacks still come while static objects are destroyed.
 /// - Fork: the child has the object but no POSIX timer, and leaves the object alone. It starts no timer of its own
@@ -29,7 +30,9 @@ class BRINDLE_EXPORT TimerImpl;
 /// - Tools: `SIGEV_THREAD` crashes under ThreadSanitizer with gcc 12, clang 14 and glibc 2.36 (measured).
 /// - Names: after `using namespace brindle`, C's function is `std::time`; `time` alone is ambiguous.
 ///
-/// **Callbacks.** Each one has a detached thread to itself, which ends by `pthread_exit` when onTimeout() returns.
+/// **Callbacks.** Each one has a detached thread to itself, which ends by `pthread_exit` when onTimeout() returns. On musl
+/// a started timer has one such thread, with a stack of 128 KiB: there callbacks neither overlap nor pile up, and the
+/// expiries that come during one count as one.
 ///
 /// - They overlap: a period of 5 s and a callback of 12 s means three callbacks at once. What they share needs a
 ///   lock. They do not come in a fixed order either.

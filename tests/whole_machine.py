@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs the tests of a cross build on a whole emulated machine, which has a kernel of its own.
 
-    script/machine BUILD MACHINE
+    tests/whole_machine.py BUILD MACHINE
 
 BUILD is the directory of the build. MACHINE is a directory that script/sysroot makes: "root" has a shell, its tools and the
 libraries, "start" starts the machine with a first file system. What ctest would start here is started there, from files of
