@@ -9,8 +9,7 @@ install(EXPORT brindle-targets NAMESPACE brindle:: DESTINATION ${BRINDLE_PACKAGE
 configure_package_config_file(
   ${CMAKE_CURRENT_LIST_DIR}/brindle-config.cmake.in ${PROJECT_BINARY_DIR}/brindle-config.cmake
   INSTALL_DESTINATION ${BRINDLE_PACKAGE_DIR} NO_SET_AND_CHECK_MACRO)
-# The interface may still change with every 0.x release.
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/brindle-config-version.cmake COMPATIBILITY SameMinorVersion)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/brindle-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(
   FILES ${PROJECT_BINARY_DIR}/brindle-config.cmake ${PROJECT_BINARY_DIR}/brindle-config-version.cmake
   DESTINATION ${BRINDLE_PACKAGE_DIR})

@@ -1,10 +1,10 @@
 #!/bin/sh
 # shared_library.sh LIBRARY LIST: fails unless the library exports just what the list says, is called libbrindle.so.1 in a
-# file libbrindle.so.1.*, has its symbols bound when it is loaded, is never unloaded, and has no atomic operation done by
-# libatomic, which may lock: a signal handler could wait for its own thread.
+# file libbrindle.so.1.MINOR.PATCH, has its symbols bound when it is loaded, is never unloaded, and has no atomic operation
+# done by libatomic, which may lock: a signal handler could wait for its own thread.
 # To make the list anew: shared_library.sh LIBRARY /dev/null | sed -n 's/^+\([^+]\)/\1/p'
 set -eu
-case $1 in */libbrindle.so.1.*) ;; *) echo "$1 is not libbrindle.so.1.*" >&2; exit 1 ;; esac
+printf '%s\n' "${1##*/}" | grep -qx 'libbrindle\.so\.1\.[0-9]*\.[0-9]*' || { echo "$1 is not libbrindle.so.1.MINOR.PATCH" >&2; exit 1; }
 dynamic=$(LC_ALL=C readelf -d "$1")
 for entry in '(SONAME).*\[libbrindle\.so\.1\]' '(FLAGS_1).* NOW\>' '(FLAGS_1).* NODELETE\>'; do
   printf '%s\n' "$dynamic" | grep "$entry" >/dev/null || { echo "$1: the dynamic section has no $entry" >&2; exit 1; }
