@@ -57,7 +57,7 @@ inline giveTheMutexBack()
 
 inline forgetLocals()
 {
-    pass = false; released = false; inUse = false; returned = false; previous = 0; callersMask = 0; attempt = 0
+    pass = false; released = false; inUse = false; returned = false; previous = 0; attempt = 0
 }
 
 // The end of a thread. In the child it comes at once, and all that it leaves is what it had done to the record.

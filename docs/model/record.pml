@@ -15,7 +15,7 @@
 #define A_CODE 42 // what the program calls exit with
 
 // What a thread keeps on its stack. In the code each scope has its own; here they follow one another.
-#define LOCALS bool pass; bool released; bool inUse; bool returned; byte previous; byte callersMask; byte attempt
+#define LOCALS bool pass; bool released; bool inUse; bool returned; byte previous; byte attempt
 
 byte ownMask[THREADS] = OWN_MASKS; // the signals that the program blocks in a thread
 byte mask[THREADS] = OWN_MASKS;    // those that are blocked now
@@ -185,49 +185,6 @@ inline signal()
     fi
 }
 
-// `previous` is the mask while it sleeps.
-inline wait()
-{
-#ifdef WITHOUT_QUEUEING_BEFORE_THE_SIGNALS // the loop queues itself before it lets the signals through
-    mask[me] = previous; callersMask = BOTH;
-    enqueue();
-    pthread_mutex_unlock();
-#else
-#ifdef WITHOUT_QUEUEING_BEFORE_UNLOCKING // the loop queues itself before it gives the mutex up
-    pthread_mutex_unlock();
-    enqueue();
-#else
-    enqueue();
-#ifndef WITHOUT_UNLOCKING_BEFORE_THE_SIGNALS // the loop gives the mutex up before it lets the signals through
-    pthread_mutex_unlock();
-#endif
-#endif
-#ifndef WITHOUT_SIGNALS_IN_THE_SLEEP // the loop lets the signals through while it sleeps
-    d_step { callersMask = mask[me]; mask[me] = previous };
-#else
-    callersMask = mask[me];
-#endif
-#ifdef WITHOUT_UNLOCKING_BEFORE_THE_SIGNALS
-    pthread_mutex_unlock();
-#endif
-#endif
-#ifdef WITHOUT_A_TOKEN
-    asleep[me] = true;
-#endif
-    atomic {
-        assert(mask[me] == ownMask[me]); // a loop sleeps and its thread takes no signal
-end_asleep:
-        semaphore[me] > 0;
-        semaphore[me]--
-    };
-#ifndef WITHOUT_BLOCKING_AFTER_THE_SLEEP // the loop blocks the signals again before it takes the mutex back
-    mask[me] = callersMask;
-#endif
-#ifndef WITHOUT_TAKING_THE_MUTEX_BACK // the loop takes the mutex back after it was released
-    pthread_mutex_lock()
-#endif
-}
-
 // -- Application and ApplicationImpl
 
 inline runEventLoop()
@@ -256,7 +213,42 @@ inline runEventLoop()
 #ifdef WITHOUT_STAYING_IN_THE_GATE // the loop stays inside the gate until it returns
         leaveGate();
 #endif
-        wait();
+#ifdef WITHOUT_QUEUEING_BEFORE_THE_SIGNALS // the loop queues itself before it lets the signals through
+        restore(previous);
+        enqueue();
+        pthread_mutex_unlock();
+#else
+#ifdef WITHOUT_QUEUEING_BEFORE_UNLOCKING // the loop queues itself before it gives the mutex up
+        pthread_mutex_unlock();
+        enqueue();
+#else
+        enqueue();
+#ifndef WITHOUT_UNLOCKING_BEFORE_THE_SIGNALS // the loop gives the mutex up before it lets the signals through
+        pthread_mutex_unlock();
+#endif
+#endif
+#ifndef WITHOUT_SIGNALS_IN_THE_SLEEP // the loop lets the signals through while it sleeps
+        restore(previous);
+#endif
+#ifdef WITHOUT_UNLOCKING_BEFORE_THE_SIGNALS
+        pthread_mutex_unlock();
+#endif
+#endif
+#ifdef WITHOUT_A_TOKEN
+        asleep[me] = true;
+#endif
+        atomic {
+            assert(mask[me] == ownMask[me]); // a loop sleeps and its thread takes no signal
+end_asleep:
+            semaphore[me] > 0;
+            semaphore[me]--
+        };
+#ifndef WITHOUT_BLOCKING_AFTER_THE_SLEEP // the loop blocks the signals again before it takes the mutex back
+        blockTerminationSignals(previous);
+#endif
+#ifndef WITHOUT_TAKING_THE_MUTEX_BACK // the loop takes the mutex back after it was released
+        pthread_mutex_lock();
+#endif
         d_step {
             assert(recordExists);     // the record is used after its end
             assert(mutexOwner == me); // the exit code is used without the mutex

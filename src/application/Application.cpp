@@ -1,4 +1,5 @@
 #include "application/ApplicationImpl.hpp"
+#include "application/LoopQueue.hpp"
 #include "application/RecordGate.hpp"
 #include "application/TerminationSignals.hpp"
 
@@ -31,16 +32,22 @@ Application::Application() : appImpl(ApplicationImpl::impl()) {}
 
 Application::~Application() = default;
 
+// The six steps of CondVar::wait(), but with the signals blocked whenever the mutex is held, and only then.
 int Application::runEventLoop()
 {
     const RecordGate::Pass pass(recordGate);
     if (!pass) {
         waitForTheEndOfTheProcess();
     }
-    threads::CondVar::WaitingCondition self;
-    const TerminationSignalsBlocked blocked;
-    const threads::ScopedLock lock(appImpl.mutex.get());
-    appImpl.condVar->wait(appImpl.mutex.get(), blocked.previousMask(), self);
+    threads::CondVar::WaitingCondition self; // before the mutex: the system, asked for the priority, may take a lock
+    TerminationSignalsBlocked blocked;
+    threads::ScopedLock lock(appImpl.mutex.get());
+    LoopQueue::add(*appImpl.condVar, self);
+    lock.unlock();
+    blocked.unblock(); // a signal that has come meanwhile runs its handler here, and finds the loop queued
+    self.wait();
+    blocked.block();
+    lock.relock();
     return appImpl.exitCode;
 }
 

@@ -1,5 +1,6 @@
 #include "application/ApplicationImpl.hpp"
 
+#include "application/LoopQueue.hpp"
 #include "application/RecordGate.hpp"
 #include "application/TerminationSignals.hpp"
 
@@ -20,7 +21,7 @@ Application::ApplicationImpl::ApplicationImpl()
 {
     mutex.reset(new pthread_mutex_t);
     condVar.reset(new threads::CondVar);
-    condVar->reserve(1); // for the event loop, which must not allocate with the mutex held
+    LoopQueue::makeRoom(*condVar); // or the event loop would allocate with the mutex held
 }
 
 Application::ApplicationImpl::~ApplicationImpl()
@@ -45,7 +46,7 @@ bool Application::ApplicationImpl::isInUse() const
     }
     const TerminationSignalsBlocked blocked;
     const threads::ScopedLock lock(mutex.get());
-    return recordGate.inside() != condVar->waiting();
+    return recordGate.inside() != LoopQueue::waiting(*condVar);
 }
 
 void Application::ApplicationImpl::cleanApr()

@@ -1,6 +1,7 @@
 #include "application/ForkHandlers.hpp"
 
 #include "application/ApplicationImpl.hpp"
+#include "application/LoopQueue.hpp"
 #include "application/RecordGate.hpp"
 #include "application/TerminationSignals.hpp"
 
@@ -32,7 +33,7 @@ void afterForkInChild()
     if (pass) {
         const Application::ApplicationImpl& record = Application::ApplicationImpl::impl();
         pthread_mutex_init(record.mutex.get(), nullptr);
-        record.condVar->forgetWaiters();
+        LoopQueue::forgetWaiters(*record.condVar);
     }
     restoreTerminationSignals(maskOutsideTheFork);
 }

@@ -17,16 +17,17 @@ void restoreTerminationSignals(const sigset_t& previous);
 /// The handler does the same: `signal` blocks only the signal being handled, and the other one would nest.
 class TerminationSignalsBlocked {
 public:
-    TerminationSignalsBlocked() { blockTerminationSignals(&previous); }
+    TerminationSignalsBlocked() { block(); }
     TerminationSignalsBlocked(const TerminationSignalsBlocked&) = delete;
     TerminationSignalsBlocked& operator=(const TerminationSignalsBlocked&) = delete;
-    ~TerminationSignalsBlocked() { restoreTerminationSignals(previous); }
+    ~TerminationSignalsBlocked() { unblock(); }
 
-    /// The thread's mask outside the scope.
-    const sigset_t& previousMask() const { return previous; }
+    /// In between, for a thread that sleeps inside the scope.
+    void unblock() { restoreTerminationSignals(previous); }
+    void block() { blockTerminationSignals(&previous); }
 
 private:
-    sigset_t previous;
+    sigset_t previous; // the thread's mask outside the scope
 };
 
 }

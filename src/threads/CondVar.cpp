@@ -61,17 +61,6 @@ void CondVar::wait(pthread_mutex_t* mutex)
     pthread_mutex_lock(mutex);
 }
 
-void CondVar::wait(pthread_mutex_t* mutex, const sigset_t& maskWhileBlocked, WaitingCondition& self)
-{
-    enqueue(self);
-    pthread_mutex_unlock(mutex);
-    sigset_t callersMask;
-    pthread_sigmask(SIG_SETMASK, &maskWhileBlocked, &callersMask);
-    self.wait();
-    pthread_sigmask(SIG_SETMASK, &callersMask, nullptr);
-    pthread_mutex_lock(mutex);
-}
-
 void CondVar::enqueue(WaitingCondition& self)
 {
     waiters.push_back(&self);

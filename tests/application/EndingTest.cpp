@@ -7,6 +7,7 @@
 
 #include "StandIns.hpp"
 #include "application/ApplicationImpl.hpp"
+#include "application/LoopQueue.hpp"
 
 #include <atomic>
 #include <cerrno>
@@ -18,6 +19,7 @@
 #include <unistd.h>
 
 using brindle::Application;
+using brindle::LoopQueue;
 using Record = Application::ApplicationImpl;
 using Happening = void (*)();
 
@@ -68,7 +70,7 @@ void letMain(Happening act)
 void endProcess()
 {
     mayLock = nextCall != Call::OTHER || inLoop; // the helper is inside
-    mayNap = nextCall == Call::LOCK || (mayLock && Record::impl().condVar->waiting() == 0);
+    mayNap = nextCall == Call::LOCK || (mayLock && LoopQueue::waiting(*Record::impl().condVar) == 0);
     exiting = true;
     std::exit(EXIT_SUCCESS);
 }
@@ -130,7 +132,8 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
         mainWaits = false;
     }
     demand(Record::impl().exitCode == codeAtUnlock, "a code is stored with the mutex held");
-    demand(!inForkedChild || Record::impl().condVar->waiting() == 0, "nobody is queued in the child of a fork");
+    demand(!inForkedChild || LoopQueue::waiting(*Record::impl().condVar) == 0,
+           "nobody is queued in the child of a fork");
     holding = 1;
     allocations::untilFailure = 1; // the holder does not allocate
     signalsBeforeLock = isHelper() && handlers == 0 ? signals : signalsBeforeLock;

@@ -1,10 +1,11 @@
 #include "StandIns.hpp"
+#include "application/LoopQueue.hpp"
 
 #include <brindle/threads/CondVar.hpp>
 #include <brindle/threads/ScopedLock.hpp>
 
 #include <algorithm>
-#include <csignal>
+#include <functional>
 #include <map>
 #include <thread>
 #include <unistd.h>
@@ -16,37 +17,36 @@ namespace {
 pthread_mutex_t pretended;  // no call for this mutex reaches the system
 thread_local int locks = 0; // how many mutexes this thread holds
 CondVar condVar;
-thread_local std::string seen; // of the calls that this thread has made: how many were queued, and a mask's effect
+thread_local std::string seen; // of the calls that this thread has made: how many were queued, and who was posted
+thread_local std::function<void()> meanwhile; // happens once, when this thread is about to block
 
 constexpr int RESET = 0x40000000; // Linux's flag "reset on fork"
 const std::pair<int, int> WAITERS[] = {
     {SCHED_RR, 20},  {SCHED_FIFO, 10},  {SCHED_RR, 10},    {SCHED_FIFO | RESET, 5}, {SCHED_RR | RESET, 5},
     {SCHED_FIFO, 1}, {SCHED_OTHER, 99}, {SCHED_BATCH, 99}, {SCHED_IDLE, 99},        {SCHED_FIFO, 0}};
-char waiter = '0';              // who is about to wait: the index of a policy and a priority
-std::map<sem_t*, char> waiters; // by their first posts
+char waiter = '0'; // who is about to wait: the index of a policy and a priority
+thread_local std::map<sem_t*, char> waiters;
 
 int note(const char* call)
 {
-    sigset_t mask = {};
-    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
-    seen += call + std::to_string(condVar.waiting()) + (sigismember(&mask, SIGINT) == 1 ? " masked; " : "; ");
+    seen += call + std::to_string(brindle::LoopQueue::waiting(condVar)) + "; ";
     return 0;
 }
 
-// Posts each waiter before it waits, so that it does not block, but stays in the queue.
+// Each waits on this one thread, while the one before it is about to block; all are released when none is left.
 std::string orderOfRelease(const std::string& arrivals)
 {
-    std::map<char, CondVar::WaitingCondition> records;
-    waiters.clear();
-    for (const char arrival : arrivals) {
-        waiter = arrival;
-        records[waiter].post();
-        condVar.wait(&pretended, sigset_t(), records[waiter]);
+    std::string order;
+    if (arrivals.empty()) {
+        seen.clear();
+        EXPECT_TRUE(condVar.signal() && condVar.broadcast());
+        EXPECT_FALSE(condVar.signal() || condVar.broadcast());
+        return seen;
     }
-    seen.clear();
-    EXPECT_TRUE(condVar.signal() && condVar.broadcast());
-    EXPECT_FALSE(condVar.signal() || condVar.broadcast());
-    return seen;
+    waiter = arrivals[0];
+    meanwhile = [&] { order = orderOfRelease(arrivals.substr(1)); };
+    condVar.wait(&pretended);
+    return order;
 }
 
 }
@@ -76,26 +76,31 @@ int sem_wait(sem_t* semaphore)
 {
     static thread_local int calls = 0;
     note("wait ");
-    return ++calls % 2 == 0 ? REAL_CALL(sem_wait)(semaphore) : -1;
+    if (++calls % 2 != 0) {
+        return -1;
+    }
+    int tokens = 0;
+    sem_getvalue(semaphore, &tokens);
+    waiters[semaphore] = waiter;
+    if (tokens == 0 && meanwhile) {
+        std::exchange(meanwhile, nullptr)();
+    }
+    return REAL_CALL(sem_wait)(semaphore);
 }
 
 int sem_post(sem_t* semaphore) noexcept
 {
-    seen += waiters.emplace(semaphore, waiter).first->second;
+    seen += waiters[semaphore];
     return REAL_CALL(sem_post)(semaphore);
 }
 
-TEST(CondVar, QueuesBeforeItGivesUpTheMutexAndBlocksWithTheGivenMask)
+TEST(CondVar, QueuesBeforeItGivesUpTheMutex)
 {
     allocations::untilFailure = 1;
     EXPECT_THROW(condVar.wait(&pretended), std::bad_alloc);
-    CondVar::WaitingCondition self;
-    self.post();
-    sigset_t all;
-    sigfillset(&all);
-    condVar.wait(&pretended, all, self);
-    EXPECT_TRUE(condVar.signal());
-    EXPECT_EQ("0wait 1; wait 1; unlock 1; wait 1 masked; wait 1 masked; lock 1; 0", seen);
+    meanwhile = [] { EXPECT_TRUE(condVar.signal()); };
+    condVar.wait(&pretended);
+    EXPECT_EQ("wait 1; wait 1; unlock 1; wait 1; wait 1; 0lock 0; ", seen);
 }
 
 TEST(CondVar, ComparesRecordsByPriorityAlone)
@@ -128,9 +133,8 @@ TEST(CondVar, EndsOneWaitForEachReleaseWhateverInterruptsIt)
     unsigned returns = 0;
     const auto waitAgainAndAgain = [&] {
         for (unsigned round = 0; round < rounds; ++round) {
-            CondVar::WaitingCondition self;
             const ScopedLock lock(&mutex);
-            round % 2 == 0 ? released.wait(&mutex) : released.wait(&mutex, sigset_t(), self);
+            released.wait(&mutex);
             EXPECT_EQ(1, locks);
             ++returns;
         }

@@ -2,11 +2,13 @@
 
 #include <brindle/Export.hpp>
 
-#include <cstddef>
 #include <pthread.h>
 #include <semaphore.h>
-#include <signal.h> // NOLINT(modernize-deprecated-headers): sigset_t is POSIX, not C++
 #include <vector>
+
+namespace brindle {
+class LoopQueue;
+}
 
 namespace brindle::threads {
 
@@ -28,8 +30,9 @@ namespace brindle::threads {
 ///   No fairness among equals is promised, nor any order in which released threads get the mutex back.
 /// - Blocking: wait() only, without limit. Interruptions by signal handlers do not end it.
 /// - Errors: none are reported; `std::bad_alloc` from wait() leaves the caller unqueued and the mutex locked.
-/// - Signals: a handler may lock the mutex and call signal(), on the terms of the second form of wait().
-///   signal() and broadcast() neither allocate nor wait.
+/// - Signals: not for signal handlers: the code that one interrupts may hold the mutex. signal() and broadcast() neither
+///   allocate nor wait.
+/// - Fork: the child leaves a CondVar alone on which threads of its parent wait: they do not exist there.
 /// - Lifetime: the CondVar outlives every thread that waits on it; its destructor wakes nobody. A thread must
 ///   not be cancelled (`pthread_cancel`) while it waits.
 ///
@@ -87,20 +90,6 @@ public:
     /// Queues the caller, gives @p mutex up, blocks until released, and takes @p mutex again.
     void wait(pthread_mutex_t* mutex);
 
-    /// The same for a mutex that a signal handler locks too. Whoever holds such a mutex has those signals
-    /// blocked, and waits for nothing else, neither for malloc nor for the system's records of its threads:
-    /// the code that a handler has interrupted may hold those, and the handler waits for the mutex. That is
-    /// why the caller makes its record before it locks, and calls reserve() long before.
-    ///
-    /// @param mutex             locked by the caller, with the signals blocked.
-    /// @param maskWhileBlocked  the caller's signal mask while it blocks, and only then. A handler that runs
-    ///                          earlier finds the caller queued, so its signal() is not lost.
-    /// @param self              made by the calling thread, for this one call.
-    void wait(pthread_mutex_t* mutex, const sigset_t& maskWhileBlocked, WaitingCondition& self);
-
-    /// Makes room for @p count waiting threads; as long as no more of them wait, wait() does not allocate.
-    void reserve(std::size_t count) { waiters.reserve(count); }
-
     /// Releases the waiter of the highest priority. True if there was one, which then returns from wait()
     /// once it gets the mutex; false if nobody waited, and then nothing has changed.
     bool signal();
@@ -108,13 +97,9 @@ public:
     /// Releases every waiter, in the order in which as many calls of signal() would. True if there was one.
     bool broadcast();
 
-    /// How many threads are queued and not released yet.
-    std::size_t waiting() const { return waiters.size(); }
-
-    /// For the child of a fork, where the threads that waited do not exist: drops them without a wake-up.
-    void forgetWaiters() { waiters.clear(); }
-
 private:
+    friend class brindle::LoopQueue; // the application's own
+
     BRINDLE_INTERNAL void enqueue(WaitingCondition& self);
     BRINDLE_INTERNAL void releaseFirst();
 
