@@ -13,8 +13,9 @@ namespace brindle {
 /// - Blocking: readCfgFile() reads the file to its end, so for a FIFO it waits for the writer.
 /// - Memory: while it is read, the whole text is there beside the entries.
 /// - Errors: by result; nothing is printed. `std::bad_alloc` passes, from copies too; then nothing has changed.
-/// - Lifetime: the file is closed when readCfgFile() returns. Copies are deep. The destructor is not virtual:
-///   do not delete a derived object through a `Configuration*`.
+/// - Lifetime: the file is closed when readCfgFile() returns. Copies are deep, and to move
+///   is to copy: the source stays as it was. The destructor is not virtual: do not delete a derived object through a
+///   `Configuration*`.
 ///
 /// The format is words between whitespace, as `operator>>` reads them in the global locale. A word with a `=` is
 /// an entry: the key is what comes before the first `=`, the value all that follows. Other words are skipped.

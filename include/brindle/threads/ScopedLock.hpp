@@ -11,7 +11,8 @@ namespace brindle::threads {
 /// - Threads: one guard belongs to the thread that made it; any number of guards may share a mutex.
 /// - Blocking: the constructor and relock() wait, without limit, while another thread holds the mutex.
 /// - Errors: none are reported; the mutex must be initialised, and a failed lock or unlock goes unnoticed.
-/// - Lifetime: the mutex is not owned and must outlive the guard.
+/// - Lifetime: the mutex is not owned and must outlive the guard. The child of a fork may use a mutex only if the forking
+///   thread held it or nobody did.
 ///
 /// A guard may be held across CondVar::wait() on the same mutex: wait() gives the mutex up while it blocks
 /// and returns with it locked, just as the guard remembers it.

@@ -11,7 +11,8 @@ namespace brindle::utility {
 ///
 /// - Threads: objects may be made on several threads at once; one object has no lock.
 /// - Errors: `std::bad_alloc`, from copies too; after a resetContext() that throws, the object is as it was.
-/// - Lifetime: what() points into the object, until its end or the next resetContext().
+/// - Lifetime: what() points into the object, until its end or the next resetContext(). One that was moved from may be
+///   assigned to or destroyed; its what() is some text.
 ///
 /// @code
 /// const int descriptor = open("/etc/pump.conf", O_RDONLY);

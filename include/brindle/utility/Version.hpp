@@ -20,6 +20,7 @@ BRINDLE_EXPORT std::ostream& operator<<(std::ostream& stream, const Version& ver
 ///
 /// - Threads: nothing is shared between objects, and nothing changes in one.
 /// - Errors: the constructor from a text throws `std::runtime_error`; `std::bad_alloc` passes.
+/// - Lifetime: copies are independent. One that was moved from may be assigned to or destroyed, and nothing else.
 ///
 /// Trailing zero levels do not count in comparisons: 1.2, 1.2.0 and 1.2.0.0 are equal. Otherwise the first levels
 /// that differ decide, as numbers: 1.9 < 1.10, 1.99 < 2. If one version ends first, the longer one is greater
