@@ -158,6 +158,13 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
     return result;
 }
 
+// Which takes a lock of the system's.
+int pthread_getschedparam(pthread_t thread, int* policy, sched_param* param) noexcept
+{
+    demand(holding == 0, "the holder waits for nothing else");
+    return REAL_CALL(pthread_getschedparam)(thread, policy, param);
+}
+
 int sem_wait(sem_t* semaphore)
 {
     step();
