@@ -32,7 +32,7 @@ Application::Application() : appImpl(ApplicationImpl::impl()) {}
 
 Application::~Application() = default;
 
-// The six steps of CondVar::wait(), but with the signals blocked whenever the mutex is held, and only then.
+// The steps of CondVar::wait(), with the signals blocked whenever the mutex is held, and only then.
 int Application::runEventLoop()
 {
     const RecordGate::Pass pass(recordGate);
