@@ -37,15 +37,23 @@ namespace brindle::threads {
 ///   not be cancelled (`pthread_cancel`) while it waits.
 ///
 /// @code
-/// // The waiting thread                       // The signalling thread
-/// ScopedLock lock(&mutex);                    ScopedLock lock(&mutex);
-/// while (jobs.empty()) {                      jobs.push_back(job);
-///     arrival.wait(&mutex);                   if (!arrival.signal()) {
-/// }                                               ++unattended;       // all workers are busy
-/// Job job = jobs.back();                      }
+/// // The waiting thread
+/// ScopedLock lock(&mutex);
+/// while (jobs.empty()) {
+///     arrival.wait(&mutex);
+/// }
+/// const Job next = jobs.back();
 /// jobs.pop_back();
 /// lock.unlock();
-/// run(job);
+/// run(next);                                  // without the mutex
+/// @endcode
+/// @code
+/// // The signalling thread
+/// const ScopedLock lock(&mutex);
+/// jobs.push_back(job);
+/// if (!arrival.signal()) {
+///     ++unattended;                           // all workers are busy
+/// }
 /// @endcode
 class BRINDLE_EXPORT CondVar {
 public:
