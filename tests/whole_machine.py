@@ -61,7 +61,7 @@ def write_file_system(archive, base, tests, build):
     with tempfile.TemporaryDirectory() as scratch:
         root = pathlib.Path(scratch, "root")
         shutil.copytree(base, root, symlinks=True)
-        tracked = subprocess.run(["git", "ls-files", "README.md", "docs/guides", "examples", "tests/examples"], cwd=SOURCE,
+        tracked = subprocess.run(["git", "ls-files", "docs/guides", "examples", "tests/examples"], cwd=SOURCE,
                                  check=True, stdout=subprocess.PIPE, text=True).stdout.split()
         built = [file for pattern in ("src/*.so*", "tests/*", "examples/*") for file in pathlib.Path(build).glob(pattern)]
         for file in [SOURCE / name for name in tracked] + [file for file in built if file.is_file()]:

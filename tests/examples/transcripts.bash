@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# transcripts.bash FILE: runs the commands of FILE's ```console blocks and compares what they print with what FILE says.
+# transcripts.bash FILE...: runs the commands of each FILE's ```console blocks and compares what they print with what it
+# says.
 # A command is a line that begins with "$ ". A last line that begins with "^C" stands for SIGINT sent at that moment, and
 # "kill -TERM" in a command's comment for SIGTERM; it is sent when all the lines before the last have come.
-# Any UUID is as good as any other. Last of all, a SIGTERM that FILE cannot show: one that comes before the loop waits.
+# Any UUID is as good as any other. Last of all, a SIGTERM that no FILE can show: one that comes before the loop waits.
 set -uo pipefail
 
 failures=0
@@ -12,10 +13,12 @@ scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 output=$scratch/output
 program=$(type -P heartbeat)
-# A program of its own, since the commands name heartbeat alone and "exec" takes no function.
+# Programs of their own, since the commands name the examples alone and "exec" takes no function.
 if [ -n "${BRINDLE_EMULATOR:-}" ]; then
-    printf '#!/bin/sh\nexec %s %s "$@"\n' "$BRINDLE_EMULATOR" "$program" >"$scratch/heartbeat"
-    chmod +x "$scratch/heartbeat"
+    for example in heartbeat minimal entries; do
+        printf '#!/bin/sh\nexec %s %s "$@"\n' "$BRINDLE_EMULATOR" "${program%/*}/$example" >"$scratch/$example"
+        chmod +x "$scratch/$example"
+    done
     PATH=$scratch:$PATH
 fi
 
@@ -57,23 +60,24 @@ check() { # check COMMAND EXPECTED
     fi
 }
 
-file=$1
-command=
-expected=
-inside=0
-while IFS= read -r line; do
-    case $inside$line in
-        '0```console') inside=1 ;;
-        0*) ;;
-        '1```' | '1$ '*)
-            [ -z "$command" ] || check "$command" "$expected"
-            command=${line#'$ '}
-            expected=
-            if [ "$line" = '```' ]; then inside=0 command=; fi
-            ;;
-        *) expected+=$line$'\n' ;;
-    esac
-done <"$file"
+for file; do
+    command=
+    expected=
+    inside=0
+    while IFS= read -r line; do
+        case $inside$line in
+            '0```console') inside=1 ;;
+            0*) ;;
+            '1```' | '1$ '*)
+                [ -z "$command" ] || check "$command" "$expected"
+                command=${line#'$ '}
+                expected=
+                if [ "$line" = '```' ]; then inside=0 command=; fi
+                ;;
+            *) expected+=$line$'\n' ;;
+        esac
+    done <"$file"
+done
 
 # heartbeat opens its settings after init(), and gets no further before they end. A signal does not end the reading.
 mkfifo "$scratch/settings"
