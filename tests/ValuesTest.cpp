@@ -42,9 +42,12 @@ Entries entriesOf(const std::string& path)
 {
     static struct : Configuration {
         using Configuration::entries;
+        bool parseConfig(std::string path) override { return path != "." && Configuration::parseConfig(path); }
     } configuration;
     EXPECT_TRUE(configuration.readCfgFile(path) && configuration.isValid());
-    EXPECT_FALSE(configuration.readCfgFile("") || configuration.isValid()); // which leaves them alone
+    for (const char* const wrong : {"", "."}) { // which leave them alone
+        EXPECT_FALSE(configuration.readCfgFile(wrong) || configuration.isValid());
+    }
     return configuration.entries;
 }
 
@@ -72,24 +75,15 @@ std::string answers(const Configuration& configuration)
 
 ssize_t read(int descriptor, void* buffer, size_t size)
 {
-    if (--readsUntilError == 0) {
-        errno = readError;
-        return -1;
-    }
-    return REAL_CALL(read)(descriptor, buffer, size);
-}
-
-int nextDescriptor()
-{
-    const int next = dup(0);
-    close(next);
-    return next;
+    errno = readError;
+    return --readsUntilError == 0 ? -1 : REAL_CALL(read)(descriptor, buffer, size);
 }
 
 TEST(Configuration, ReadsEveryShortFileAsItsFormatSays)
 {
     EXPECT_EQ(Entries(), entriesOf(file("")));
-    const int unused = nextDescriptor();
+    const int unused = dup(0);
+    close(unused);
     forEveryText("a= \n", 5, [](const std::string& content) {
         ASSERT_EQ(plainEntries(content), entriesOf(file(content))) << content;
     });
@@ -100,7 +94,7 @@ TEST(Configuration, ReadsEveryShortFileAsItsFormatSays)
     std::tie(readsUntilError, readError) = std::pair(2, EINTR);
     EXPECT_EQ((Entries{{"a", "1"}, {"b", manyBytes}}), entriesOf(file("a=1 b=" + manyBytes))); // a signal does not
     EXPECT_EQ(Entries(), entriesOf("/")); // a directory can be opened, and then the first read fails
-    EXPECT_EQ(unused, nextDescriptor());
+    EXPECT_EQ(unused, dup(0));            // every file was closed
 }
 
 // What makes it quick, and so shows nowhere else. Keys share beginnings of any length, hold zero bytes, and come again.
@@ -127,37 +121,23 @@ TEST(Configuration, SortsKeysByteByByteAndLeavesEqualOnesInTheirOrder)
     EXPECT_EQ(plainEntries(text), entriesOf(file(text)));
 }
 
-TEST(Configuration, AnswersFromTheLastReadAloneWhateverItsFormat)
-{
-    struct PathOnly final : Configuration {
-        bool parseConfig(std::string path) override
-        {
-            entries = {{path.substr(0, 1), path}};
-            return path != "bad";
-        }
-    } configuration;
-    EXPECT_TRUE(configuration.readCfgFile("a") && configuration.readCfgFile("b"));
-    EXPECT_EQ("- b", answers(configuration));
-    EXPECT_FALSE(configuration.readCfgFile("bad") || configuration.isValid());
-    EXPECT_EQ("- -", answers(configuration));
-}
-
-TEST(Configuration, IsAsItWasWhenMemoryRunsOut)
+TEST(Configuration, IsAsItWasWhenMemoryRunsOutAndAnswersNothingAfterAFailure)
 {
     const std::string value(100, 'v');
     Configuration configuration;
-    EXPECT_TRUE(configuration.readCfgFile(file("a=1")));
+    EXPECT_TRUE(configuration.readCfgFile(file("b=1")));
     Configuration other(configuration);
     const std::string next = std::string(99, '/') + file("b=2 a=" + value + " c=3"); // a longer path, kept last
-    allocations::failEach([&] { configuration.readCfgFile(next); }, [&] { EXPECT_EQ("1 -", answers(configuration)); });
+    allocations::failEach([&] { configuration.readCfgFile(next); }, [&] { EXPECT_EQ("- 1", answers(configuration)); });
     EXPECT_EQ(value + " 2", answers(configuration));
-    EXPECT_FALSE(Configuration(configuration).readCfgFile("/proc/self/nothing-of-this-name"));
 
     std::string answer = "preset";
     allocations::failEach([&] { configuration.getOption("a", answer); }, [&] { EXPECT_EQ("preset", answer); });
-    allocations::failEach([&] { other = configuration; }, [&] { EXPECT_EQ("1 -", answers(other)); });
+    allocations::failEach([&] { other = configuration; }, [&] { EXPECT_EQ("- 1", answers(other)); });
     EXPECT_EQ(value + " 2", answers(other));
-    EXPECT_FALSE((other = Configuration()).isValid());
+    EXPECT_FALSE(other.readCfgFile("/proc/self/nothing-of-this-name"));
+    EXPECT_EQ("- -", answers(other));
+    EXPECT_FALSE((configuration = Configuration()).isValid());
 }
 
 // The text; its levels, or the piece that cannot be read; and errno, which was ENOENT.
