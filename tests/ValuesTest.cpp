@@ -148,12 +148,10 @@ TEST(Version, ReadsALevelFromEachPieceOrNamesTheOneThatItCannotRead)
     const int noDigits = errno; // 0, or EINVAL with musl
     const std::tuple<std::string, std::string, int> rows[] = {
         {"", "{}", ENOENT},
-        {"1.10.2", "{ 1, 10, 2 }", 0},
         {" 010.\t2.3 .\v\n4.+1.1-2.-3.1,5", "{ 10, 2, 3, 4, 1, 1, -3, 1 }", 0},
         {".1. .2.0.", noDigits != 0 ? "" : "{ 0, 1, 0, 2, 0 }", noDigits},
         {"1.+-2", noDigits != 0 ? "+-2" : "{ 1, 0 }", noDigits},
-        {"01.010.00000000000003", "{ 1, 10, 3 }", 0},
-        {"2147483647.-2147483648", "{ 2147483647, -2147483648 }", 0},
+        {"01.010.00000000000003.2147483647.-2147483648.2", "{ 1, 10, 3, 2147483647, -2147483648, 2 }", 0},
         {"1\0002.3\xe4.4\xff"s, "{ 1, 3, 4 }", 0},
         {"v1", "v1", ENOENT},
         {"1.2B.3", "2B", 0},
