@@ -7,7 +7,6 @@
 
 #include <csignal>
 #include <random>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -52,12 +51,6 @@ pthread_t inBackground(unsigned seed, Action action)
 TEST(Storm, EndsEveryProcessAndEveryLoopWithACodeThatWasAskedFor)
 {
     for (unsigned seed = 1; seed <= stressChildren(); ++seed) {
-        const pid_t child = fork();
-        if (child == 0) {
-            endInAStorm(seed);
-        }
-        int status = -1;
-        waitpid(child, &status, 0);
-        ASSERT_EQ(0, status) << "seed " << seed;
+        ASSERT_EXIT(endInAStorm(seed), testing::ExitedWithCode(EXIT_SUCCESS), "") << "seed " << seed;
     }
 }
