@@ -49,8 +49,8 @@ void expectEnd(int status, const std::string& message, Program program)
     EXPECT_EXIT((alarm(60), _exit(program())), testing::ExitedWithCode(status), testing::Eq(message));
 }
 
-// What init() and each parseArg() returned, up to the first that was not 0; the handlers that are missing; and the
-// options set, with their arguments.
+// What init() and each parseArg() returned, up to the first that was not 0, and what they printed; the handlers that are
+// missing; and the options set, with their arguments.
 void expectOutcome(const std::string& outcome, const char* commandLine, int failingCall = 0, apr_status_t status = 0)
 {
     expectEnd(0, outcome, [=] {
@@ -61,16 +61,14 @@ void expectOutcome(const std::string& outcome, const char* commandLine, int fail
         std::signal(SIGINT, SIG_IGN); // as a shell starts what runs in the background
         int result = start(commandLine);
         options.erase(options.begin()); // lost
-        std::string results;
         for (; result == 0; result = app.parseArg()) {
-            results += "0 ";
+            std::cerr << "0 ";
         }
-        results += std::to_string(result) + (std::signal(SIGINT, SIG_DFL) == SIG_IGN ? " no SIGINT" : "");
-        results += std::signal(SIGTERM, SIG_DFL) == SIG_DFL ? " no SIGTERM" : "";
+        std::cerr << result << port.errors() << (std::signal(SIGINT, SIG_DFL) == SIG_IGN ? " no SIGINT" : "")
+                  << (std::signal(SIGTERM, SIG_DFL) == SIG_DFL ? " no SIGTERM" : "");
         for (std::size_t i = 0; i < options.size(); ++i) {
-            results += options[i]->isSet() ? std::string(" ") + "apeosn"[i] + "=" + options[i]->argument() : "";
+            options[i]->isSet() ? std::cerr << ' ' << "apeosn"[i] << '=' << options[i]->argument() : std::cerr;
         }
-        std::cerr << results << port.errors();
         return 0;
     });
 }
@@ -147,10 +145,7 @@ TEST(ExitRequest, EndsTheProcessAfterAHundredAttempts)
 {
     const char* const message = "Tried to exit cleanly, but we could never exit the event loop. Please speak to the "
                                 "maintainer. Force exit!\nAPR ends after 20000 ms\n";
-    expectEnd(1, message, [] {
-        Application::app().exit(start("-a"));
-        return 0;
-    });
+    expectEnd(1, message, [] { return Application::app().exit(start("-a")), 0; });
 }
 
 TEST(CommandLine, IsTakenWordByWord)
@@ -159,11 +154,11 @@ TEST(CommandLine, IsTakenWordByWord)
     expectOutcome("0 0 0 -1 a=default p=a=b", "--port=a=b --all");
     expectOutcome("0 0 0 0 -1 a=default p=8", "-ap 7 -p8 -- -a");
     expectOutcome("0 0 0 0 -1 a=default e= n=7", "--other --even --=7 x -p7");
-    expectOutcome("program: invalid option: --eve\n0 0 0 1 p=", "--port -- --port= --eve");
-    expectOutcome("program: missing argument: --port\n0 0 1 p=-a", "-p -a --port");
-    expectOutcome("program: invalid option character: x\n0 0 1 a=default", "-axp7");
-    expectOutcome("program: erroneous argument: --even=yes\n0 1", "--even=yes");
-    expectOutcome("0 1 p=badrefused", "-p bad -a");
+    expectOutcome("0 0 0 program: invalid option: --eve\n1 p=", "--port -- --port= --eve");
+    expectOutcome("0 0 program: missing argument: --port\n1 p=-a", "-p -a --port");
+    expectOutcome("0 0 program: invalid option character: x\n1 a=default", "-axp7");
+    expectOutcome("0 program: erroneous argument: --even=yes\n1", "--even=yes");
+    expectOutcome("0 1refused p=bad", "-p bad -a");
     expectOutcome("0 1", "-l");
     expectOutcome("0 70011", "-a", 0, APR_BADCH - 1);
     expectOutcome("0 -1", "-a", 0, APR_EOF + 1);
