@@ -105,14 +105,12 @@ TEST(Configuration, SortsKeysByteByByteAndLeavesEqualOnesInTheirOrder)
     std::multimap<std::string, std::size_t> twin;
     std::minstd_rand random;
     while (sorted.size() < 3000) {
-        const bool first = sorted.size() < 100; // with keys that differ in one byte
-        const std::string key = first ? std::string(1, static_cast<char>('A' + random() % 26))
-                                      : "the-same" + std::string(random() % 9, 'a') + std::string(random() % 4, '\0') +
-                                            std::string(random() % 2, 'b') + std::string(random() % 20, '\xff');
+        const std::string key = std::string(random() % 30, 'a') + std::string(random() % 3, '\0') +
+                                std::string(random() % 2, static_cast<char>('b' + random() % 99));
         sorted.push_back(text.size());
         twin.emplace(key, text.size());
         text += key + "=" + std::to_string(sorted.size()) + " ";
-        if (sorted.size() % 100 == 0) {
+        if (sorted.size() % 100 == 2) {
             brindle::sortByKey(text, sorted);
             ASSERT_TRUE(std::equal(sorted.begin(), sorted.end(), twin.begin(), twin.end(),
                                    [](std::size_t word, const auto& same) { return word == same.second; }));
