@@ -26,8 +26,7 @@ using Entries = std::map<std::string, std::string>;
 
 namespace {
 
-int readsUntilError = 0;
-int readError = EIO;
+std::pair<int, int> failingRead; // how many reads away it is, and its errno
 
 // The path of a file that holds `content` until the next call.
 std::string file(const std::string& content)
@@ -45,9 +44,8 @@ Entries entriesOf(const std::string& path)
         bool parseConfig(std::string path) override { return path != "." && Configuration::parseConfig(path); }
     } configuration;
     EXPECT_TRUE(configuration.readCfgFile(path) && configuration.isValid());
-    for (const char* const wrong : {"", "."}) { // which leave them alone
-        EXPECT_FALSE(configuration.readCfgFile(wrong) || configuration.isValid());
-    }
+    EXPECT_FALSE(configuration.readCfgFile(".") || configuration.readCfgFile("") ||
+                 configuration.isValid()); // which leave them alone
     return configuration.entries;
 }
 
@@ -75,8 +73,8 @@ std::string answers(const Configuration& configuration)
 
 ssize_t read(int descriptor, void* buffer, size_t size)
 {
-    errno = readError;
-    return --readsUntilError == 0 ? -1 : REAL_CALL(read)(descriptor, buffer, size);
+    errno = failingRead.second;
+    return --failingRead.first == 0 ? -1 : REAL_CALL(read)(descriptor, buffer, size);
 }
 
 TEST(Configuration, ReadsEveryShortFileAsItsFormatSays)
@@ -89,9 +87,9 @@ TEST(Configuration, ReadsEveryShortFileAsItsFormatSays)
     });
     const std::string manyBytes(20'000, 'b');
     EXPECT_EQ((Entries{{manyBytes, manyBytes}}), entriesOf(file(manyBytes + "=" + manyBytes)));
-    readsUntilError = 2;
+    failingRead = {2, EIO};
     EXPECT_EQ((Entries{{"a", "1"}}), entriesOf(file("a=1 b=" + manyBytes))); // the error counts as the end
-    std::tie(readsUntilError, readError) = std::pair(2, EINTR);
+    failingRead = {2, EINTR};
     EXPECT_EQ((Entries{{"a", "1"}, {"b", manyBytes}}), entriesOf(file("a=1 b=" + manyBytes))); // a signal does not
     EXPECT_EQ(Entries(), entriesOf("/")); // a directory can be opened, and then the first read fails
     EXPECT_EQ(unused, dup(0));            // every file was closed
@@ -146,11 +144,9 @@ TEST(Version, ReadsALevelFromEachPieceOrNamesTheOneThatItCannotRead)
     const int noDigits = errno; // 0, or EINVAL with musl
     const std::tuple<std::string, std::string, int> rows[] = {
         {"", "{}", ENOENT},
-        {" 010.\t2.3 .\v\n4.+1.1-2.-3.1,5", "{ 10, 2, 3, 4, 1, 1, -3, 1 }", 0},
-        {".1. .2.0.", noDigits != 0 ? "" : "{ 0, 1, 0, 2, 0 }", noDigits},
-        {"1.+-2", noDigits != 0 ? "+-2" : "{ 1, 0 }", noDigits},
+        {" 010.\t2.3 .\v\n4.+1.1-2.-3.1,5.6\0007.8\xe4.9\xff"s, "{ 10, 2, 3, 4, 1, 1, -3, 1, 6, 8, 9 }", 0},
+        {".1. .2.+-2.0.", noDigits != 0 ? "" : "{ 0, 1, 0, 2, 0, 0 }", noDigits},
         {"01.010.00000000000003.2147483647.-2147483648.2", "{ 1, 10, 3, 2147483647, -2147483648, 2 }", 0},
-        {"1\0002.3\xe4.4\xff"s, "{ 1, 3, 4 }", 0},
         {"v1", "v1", ENOENT},
         {"1.2B.3", "2B", 0},
         {"-2147483649", "-2147483649", ERANGE},
