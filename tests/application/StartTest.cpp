@@ -23,10 +23,7 @@ long now = 0;                                   // milliseconds of a clock on wh
 
 struct RefusesBad : Option {
     using Option::Option;
-    int handleOption() override
-    {
-        return (errorText = argument() == "bad" || !isSet() ? "refused" : "").empty() ? 0 : 1;
-    }
+    int handleOption() override { return (errorText = isSet() && argument() != "bad" ? "" : " bad").empty() ? 0 : 1; }
 };
 
 wordexp_t words;
@@ -79,7 +76,7 @@ void expectOutcome(const std::string& outcome, const char* commandLine, int fail
 
 apr_status_t apr_pool_create_ex(apr_pool_t** pool, apr_pool_t* parent, apr_abortfunc_t abort, apr_allocator_t* from)
 {
-    return --callsToFailure == 0 ? APR_ENOMEM : REAL_CALL(apr_pool_create_ex)(pool, parent, abort, from);
+    return --callsToFailure == 0 ? APR_EINVAL : REAL_CALL(apr_pool_create_ex)(pool, parent, abort, from);
 }
 
 apr_status_t apr_getopt_init(apr_getopt_t** parser, apr_pool_t* pool, int count, const char* const* from)
@@ -131,10 +128,9 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec* end, timespec*)
 
 TEST(Init, ReportsTheStepThatFailedAndInstallsNoHandlerThen)
 {
-    const std::string outOfMemory = strerror(ENOMEM);
-    expectOutcome("Error when initializing application. " + outOfMemory + "\n12 no SIGINT no SIGTERM", "", 1);
-    expectOutcome("Error when initializing application. " + outOfMemory + "\n12 no SIGINT no SIGTERM", "", 3);
-    expectOutcome("Error when initializing application. Invalid argument\n22 no SIGINT no SIGTERM", "-a", 4);
+    for (const int call : {1, 3, 4}) {
+        expectOutcome("Error when initializing application. Invalid argument\n22 no SIGINT no SIGTERM", "-a", call);
+    }
     expectOutcome("APR ends after 0 ms\n"
                   "INTERNAL ERROR! Unable to register APR cleaning operations.\n-1 no SIGINT no SIGTERM",
                   "", 4);
@@ -151,14 +147,13 @@ TEST(ExitRequest, EndsTheProcessAfterAHundredAttempts)
 TEST(CommandLine, IsTakenWordByWord)
 {
     expectOutcome("0 -1", ""); // without a list
-    expectOutcome("0 0 0 -1 a=default p=a=b", "--port=a=b --all");
     expectOutcome("0 0 0 0 -1 a=default p=8", "-ap 7 -p8 -- -a");
-    expectOutcome("0 0 0 0 -1 a=default e= n=7", "--other --even --=7 x -p7");
+    expectOutcome("0 0 0 0 0 0 -1 a=default p=a=b e= n=7", "--port=a=b --all --other --even --=7 x -p7");
     expectOutcome("0 0 0 program: invalid option: --eve\n1 p=", "--port -- --port= --eve");
     expectOutcome("0 0 program: missing argument: --port\n1 p=-a", "-p -a --port");
     expectOutcome("0 0 program: invalid option character: x\n1 a=default", "-axp7");
     expectOutcome("0 program: erroneous argument: --even=yes\n1", "--even=yes");
-    expectOutcome("0 1refused p=bad", "-p bad -a");
+    expectOutcome("0 1 bad p=bad", "-p bad -a");
     expectOutcome("0 1", "-l");
     expectOutcome("0 70011", "-a", 0, APR_BADCH - 1);
     expectOutcome("0 -1", "-a", 0, APR_EOF + 1);
