@@ -189,11 +189,10 @@ TEST(Version, ComparesEveryPairInAllSixWays)
 TEST(Version, WritesItsLevelsAsTheStreamWritesNumbers)
 {
     std::ostringstream stream;
-    for (const Version& version : {Version("1.2.0"), Version("10.31"), Version(""), Version(0), Version(10),
-                                   Version(2147483647), Version(-15)}) {
+    for (const Version& version : {Version("1.10.31.0"), Version(""), Version(0), Version(1020304050), Version(-15)}) {
         stream << std::setfill('*') << std::setw(4) << std::hex << std::uppercase << version << ' ';
     }
-    EXPECT_EQ("***1.2.0 ***A.1F *** ***0 ***1.0 ***2.1.4.7.4.8.3.6.4.7 FFFFFFFB ", stream.str());
+    EXPECT_EQ("***1.A.1F.0 *** ***0 ***1.0.2.0.3.0.4.0.5.0 FFFFFFFB ", stream.str());
 }
 
 TEST(SystemException, JoinsTheContextAndTheSystemsWords)
