@@ -179,7 +179,7 @@ TEST(Help, ShowsEveryOptionInOrderAsItsDescriptionIsNow)
                                  "  -n           Nameless. \n"
                                  "\nFiles are read in order.\n";
     expectEnd(2, expected, [&app] { return app.printHelp(true); });
-    expectEnd(0, "", [&app] { return app.printHelp(false); }); // what is printed then, the README shows
+    expectEnd(0, "", [&app] { return app.printHelp(false); }); // what is printed then, a transcript shows
     EXPECT_EQ("", all.argument());
 }
 
