@@ -80,7 +80,8 @@ public:
     /// Takes the next option from the command line: marks it set, stores its argument, calls its
     /// Option::handleOption().
     ///
-    /// @return - what handleOption() returned; 0 means: go on;
+    /// @return
+    ///         - what handleOption() returned; 0 means: go on;
     ///         - −1 when no option is left: the words are used up, the next one is an operand, or it is "--";
     ///           also when init() was given no list;
     ///         - 1 when the next word is wrong: it is unknown, or a bare "-", or an argument is missing or not

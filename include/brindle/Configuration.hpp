@@ -39,8 +39,12 @@ public:
     /// Holds no entries and is not valid.
     Configuration();
 
+    /// Copies the entries, and whether they are valid.
     Configuration(const Configuration&);
+
+    /// The same; @p other may be this one.
     Configuration& operator=(const Configuration& other);
+
     ~Configuration();
 
     /// Reads the file at @p path; what it holds replaces all earlier entries.
@@ -64,7 +68,8 @@ protected:
     /// nothing can fail any more, and return true; or return false and leave entries alone.
     virtual bool parseConfig(std::string path);
 
-    std::map<std::string, std::string> entries; // of the last file read with success
+    /// Of the last file read with success.
+    std::map<std::string, std::string> entries;
 
 private:
     std::string cfgFile; // its path

@@ -20,13 +20,16 @@ namespace brindle {
 /// @code
 /// class PortOption : public Option {
 /// public:
-///     PortOption() : Option("port", 'p', true, "TCP port to listen on. ") { setDefault("8080"); }
+///     PortOption() : Option("port", 'p', true, "TCP port to listen on. ")
+///     {
+///         setDefault("8080");
+///     }
 ///
 ///     int handleOption() override
 ///     {
 ///         const bool good = parsePort(argument(), port);
 ///         if (!good) {
-///             errorText = "--port: '" + argument() + "' is not a number from 1 to 65535";
+///             errorText = "--port: '" + argument() + "' is not a port";
 ///         }
 ///         return good ? 0 : 1;           // becomes the result of parseArg()
 ///     }

@@ -43,9 +43,16 @@ public:
         object = made;
     }
 
+    /// The object, which stays owned, or null.
     T* get() const { return object; }
+
+    /// @{
+    /// The object, which must be there.
     T& operator*() const { return *object; }
     T* operator->() const { return object; }
+    /// @}
+
+    /// Whether there is an object.
     explicit operator bool() const { return object != nullptr; }
 
 private:

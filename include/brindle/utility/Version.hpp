@@ -54,12 +54,15 @@ public:
     /// The levels, most significant first, trailing zeros included.
     std::vector<int> getVersionLevels() const;
 
+    /// @{
+    /// Level by level, as the class says.
     BRINDLE_EXPORT_INLINE bool operator==(const Version& other) const { return compare(other) == 0; }
     BRINDLE_EXPORT_INLINE bool operator!=(const Version& other) const { return compare(other) != 0; }
     BRINDLE_EXPORT_INLINE bool operator<(const Version& other) const { return compare(other) < 0; }
     BRINDLE_EXPORT_INLINE bool operator>(const Version& other) const { return compare(other) > 0; }
     BRINDLE_EXPORT_INLINE bool operator<=(const Version& other) const { return compare(other) <= 0; }
     BRINDLE_EXPORT_INLINE bool operator>=(const Version& other) const { return compare(other) >= 0; }
+    /// @}
 
 private:
     friend std::ostream& operator<<(std::ostream& stream, const Version& version);
