@@ -1,0 +1,119 @@
+#!/usr/bin/env python3
+"""Turns a Markdown file of the tree into what Doxygen 1.9.4 reads as the same page: its INPUT_FILTER.
+
+Doxygen makes up names for headings where forges take their words, knows no link to a file that is not a page, and takes
+pictures for code. A link that leads nowhere becomes a reference that Doxygen cannot resolve, which is its error.
+"""
+import html
+import os
+import re
+import sys
+
+import pictures
+
+# Code blocks with fences, indented code blocks, headings; what lies between them is prose.
+BLOCKS = re.compile(r"(?P<fenced>^```(?P<language>[^\n]*)\n(?P<body>.*?)^```$)"
+                    r"|(?P<indented>(?:(?<=\n\n)|\A)(?:    [^\n]*\n|\n(?=    ))+)"
+                    r"|(?P<heading>^#+ [^\n]*$)", re.S | re.M)
+
+# Where a public header is not named after its class.
+CLASS_OF_HEADER = {"Uuid": "generateUuid"}
+
+
+def page_name(path):
+    """docs/guides/timers.md is the page timers."""
+    stem = os.path.splitext(os.path.basename(path))[0]
+    return "index" if path == "README.md" else stem.lower().replace(".", "-")
+
+
+def example_name(path):
+    return "example-" + os.path.basename(path).replace(".", "-")
+
+
+def section_name(page, words, taken):
+    """The name that forges give a heading, behind that of its page, since Doxygen's names are the whole reference's."""
+    words = re.sub(r"\[([^\]]*)\]\([^)]*\)", r"\1", words)
+    slug = re.sub(r"[^\w\- ]", "", words.lower()).strip().replace(" ", "-")
+    count = taken.get(slug, 0)
+    taken[slug] = count + 1
+    return f"{page}-{slug}" + (f"-{count}" if count else "")
+
+
+def link(path, words, target):
+    """A Markdown link in the file at this path, with a target that Doxygen knows."""
+    if re.match(r"[a-z]+:", target):
+        return f"[{words}]({target})"
+    file, _, anchor = target.partition("#")
+    file = os.path.normpath(os.path.join(os.path.dirname(path), file)) if file else path
+    if not os.path.exists(file):
+        return f"[{words}](@ref {file}-is-not-in-the-tree)"
+    code, words = words, words.replace("`", "")      # which Doxygen would show as they are
+    if file.endswith(".md"):
+        page = page_name(file)
+        return f"[{words}](@ref {page}{'-' + anchor if anchor else ''})"
+    if file.startswith("include/brindle/") and file.endswith(".hpp"):
+        name = os.path.splitext(os.path.relpath(file, "include/brindle"))[0].replace("/", "::")
+        stem = name.split("::")[-1]
+        return f"[{words}](@ref brindle::{name[:-len(stem)]}{CLASS_OF_HEADER.get(stem, stem)})"
+    if file.startswith("examples/") and file.endswith((".cpp", ".hpp", ".conf")):
+        return f"[{words}](@ref {example_name(file)})"
+    return code if "`" in code else f"`{words}`"
+
+
+def prose(path, text):
+    """Links and images in text that has no code blocks; code within a line stays."""
+    def replace(found):
+        if found["code"]:
+            return code(found["code"])
+        if found["image"]:
+            return f"![{found['words']}]({os.path.basename(found['target'])})"
+        return link(path, " ".join(found["words"].split()), found["target"])
+    return re.sub(r"(?P<code>`[^`]*`)|(?P<image>!?)\[(?P<words>(?:`[^`]*`|[^\]`])*)\]\((?P<target>[^)\s]+)\)", replace, text)
+
+
+def code(span):
+    """Doxygen would take a command within a line's code for its own."""
+    if not re.search(r"@[a-z]", span):
+        return span
+    return f"<code>{html.escape(span.strip('`'), quote=False).replace('@', '@@')}</code>"
+
+
+def heading(path, line, taken):
+    level, words = re.fullmatch(r"(#+) (.*)", line).groups()
+    page = page_name(path)
+    if level == "#":
+        return f"# {prose(path, words)}" + ("" if page == "index" else f" {{#{page}}}")
+    return f"{level} {prose(path, words)} {{#{section_name(page, words, taken)}}}"
+
+
+def first_table(path):
+    with open(path, encoding="utf-8") as file:
+        return re.search(r"(^\|[^\n]*\n)+", file.read(), re.M)[0]
+
+
+def page(path, text):
+    text = re.sub(r"^@table (\S+)$", lambda found: first_table(found[1]), text, flags=re.M)
+    parts = []
+    taken = {}
+    last = 0
+    for found in BLOCKS.finditer(text):
+        parts.append(prose(path, text[last:found.start()]))
+        last = found.end()
+        if found["heading"]:
+            parts.append(heading(path, found["heading"], taken))
+        elif found["language"] == "mermaid":
+            parts.append(f"@htmlonly[block]\n<div class=\"picture\">{pictures.draw(found['body'])}</div>\n@endhtmlonly\n")
+        else:
+            parts.append(found[0])
+    parts.append(prose(path, text[last:]))
+    return "".join(parts)
+
+
+def main():
+    path = os.path.relpath(sys.argv[1])
+    with open(path, encoding="utf-8") as file:
+        sys.stdout.write(page(path, file.read()))
+
+
+if __name__ == "__main__":
+    main()
