@@ -162,7 +162,8 @@ def main():
             try_search(browser, findings)
         finally:
             browser.driver.quit()
-    print("\n".join(findings))
+    for finding in findings:
+        print(finding)
     print(f"{len(pages)} pages seen {len(SCREENS) * len(COLOURS)} times each, {count['inside']} links followed, "
           f"{count['elsewhere']} lead elsewhere: {len(findings)} findings")
     sys.exit(1 if findings or not pages else 0)
