@@ -72,13 +72,15 @@ public:
         /// Takes one from the semaphore; blocks while there is none and returns only with it.
         void wait();
 
-        // Records compare by priority alone: different threads of one priority are equal.
+        /// @{
+        /// Records compare by priority alone: different threads of one priority are equal.
         bool operator==(const WaitingCondition& other) const { return priority == other.priority; }
         bool operator!=(const WaitingCondition& other) const { return priority != other.priority; }
         bool operator<(const WaitingCondition& other) const { return priority < other.priority; }
         bool operator>(const WaitingCondition& other) const { return priority > other.priority; }
         bool operator<=(const WaitingCondition& other) const { return priority <= other.priority; }
         bool operator>=(const WaitingCondition& other) const { return priority >= other.priority; }
+        /// @}
 
     private:
         int priority;
@@ -87,6 +89,7 @@ public:
 
     /// Orders pointers to records by priority; as the less-than of a heap it puts the highest in front.
     struct WaitCondComparison {
+        /// Whether @p a has less than @p b.
         bool operator()(const WaitingCondition* a, const WaitingCondition* b) const { return *a < *b; }
     };
 

@@ -76,6 +76,7 @@ public:
     /// In whole seconds, from 0 up; taken by the next start() or restart(), not by a period under way.
     void setDuration(int seconds);
 
+    /// What the constructor or setDuration() was given last.
     int duration() const;
 
 private:
