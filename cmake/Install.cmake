@@ -1,4 +1,4 @@
-# cmake --install lays down the library, its headers, the CMake package and the pkg-config module.
+# cmake --install lays down the library, its headers, the CMake package, the pkg-config module, and what makes new daemons.
 include(CMakePackageConfigHelpers)
 
 set(BRINDLE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/brindle)
@@ -27,3 +27,7 @@ if(BRINDLE_INSTALL_DOCS)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR})
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/docs/html DESTINATION ${CMAKE_INSTALL_DOCDIR})
 endif()
+
+# The script looks for ../share/brindle/daemon from where it lies.
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/script/new-daemon DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME brindle-new-daemon)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/templates/daemon DESTINATION ${CMAKE_INSTALL_DATADIR}/brindle USE_SOURCE_PERMISSIONS)

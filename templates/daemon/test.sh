@@ -1,0 +1,89 @@
+#!/bin/sh
+# test.sh COMMAND...: starts the daemon by this command (its path, perhaps after an emulator), signals it, and looks at its
+# status. Waits for what it says and for the state that it is in, never for a time.
+set -eu
+work=$(mktemp -d)
+daemon='' filler=''
+trap 'kill -s KILL $daemon $filler 2>/dev/null || :; rm -rf "$work"' EXIT
+mkfifo "$work/said" "$work/settings"
+echo interval=1 >"$work/good"
+
+fail() {
+    echo "FAILED: $*" >&2
+    exit 1
+}
+
+# hears LINE: the next that the daemon says.
+hears() {
+    read -r line <&3 || fail "it ended before it said '$1'"
+    [ "$line" = "$1" ] || fail "it said '$line', not '$1'"
+}
+
+# ends_with STATUS WHY
+ends_with() {
+    status=0
+    wait "$daemon" || status=$?
+    daemon=
+    [ "$status" -eq "$1" ] || fail "$2: status $status, not $1"
+    echo "$2: status $1"
+}
+
+# complains WHAT: in one line.
+complains() {
+    if [ "$(grep -c '' "$work/complaint")" -ne 1 ] || ! grep -qF "$1" "$work/complaint"; then
+        fail "not one line with '$1': $(cat "$work/complaint")"
+    fi
+}
+
+for signal in TERM INT; do
+    "$@" --config "$work/good" >"$work/said" &
+    daemon=$!
+    exec 3<"$work/said"
+    hears 'a job every 1 s'
+    hears 'job 1 done'
+    until grep -q '^State:.[SZ]' "/proc/$daemon/status"; do :; done # the main thread sleeps in its loop
+    kill -s "$signal" "$daemon"
+    if [ "$signal" = TERM ]; then ends_with 145 SIGTERM; else ends_with 132 SIGINT; fi
+done
+
+# It opens its settings when it can take signals already, and gets no further before they end.
+"$@" --config "$work/settings" >"$work/said" &
+daemon=$!
+exec 3<"$work/said" 4>"$work/settings"
+kill -s INT "$daemon"
+echo interval=3600 >&4
+exec 4>&-
+hears 'a job every 3600 s'
+ends_with 145 'a signal before its loop waits'
+
+"$@" --config "$work/good" >/dev/full 2>"$work/complaint" &
+daemon=$!
+ends_with 1 'output that nobody takes'
+complains 'write to standard output: '
+
+# The worker cannot write, since the pipe is full and stays so, and jobs wait for it.
+exec 3<>"$work/said"
+"$@" --config "$work/good" >"$work/said" 2>"$work/complaint" 3>&- &
+daemon=$!
+hears 'a job every 1 s'
+yes >"$work/said" 3>&- &
+filler=$!
+ends_with 1 'a worker that is stuck'
+complains '3 jobs wait for it'
+kill "$filler"
+filler=
+
+# refuses SETTINGS COMPLAINT COMMAND...
+refuses() {
+    echo "$1" >"$work/bad"
+    complaint=$2
+    shift 2
+    "$@" 2>"$work/complaint" &
+    daemon=$!
+    ends_with 2 "$complaint"
+    complains "$complaint"
+}
+refuses 'interval=soon' "'soon' is not a whole number" "$@" --config "$work/bad"
+refuses 'interval = 5' "'=' sets nothing" "$@" --config "$work/bad"
+refuses '' "'0' is not a whole number" "$@" --config "$work/bad" --interval 0
+refuses '' "'$work' is not a file" "$@" --config "$work"

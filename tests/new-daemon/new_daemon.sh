@@ -1,0 +1,86 @@
+#!/bin/sh
+# new_daemon.sh BUILD_DIR COMPILER: installs the library to a place of its own and there makes a daemon, which is built by
+# this compiler and by clang++ without a warning, passes its own test, and has a unit that systemd-analyze finds good.
+# Then what is refused. Without systemd-analyze the test counts as skipped (status 77), at the end.
+set -eu
+build=$1 compiler=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+prefix=$work/prefix
+cmake --install "$build" --prefix "$prefix" >"$work/install.log"
+new_daemon=$prefix/bin/brindle-new-daemon
+
+fail() {
+    echo "FAILED: $*" >&2
+    exit 1
+}
+
+# build_with COMPILER: in a directory named after it.
+build_with() {
+    cmake -G Ninja -S "$work/pump-1d" -B "$work/$(basename "$1")" -DCMAKE_CXX_COMPILER="$1" -DCMAKE_PREFIX_PATH="$prefix" \
+        -DCMAKE_INSTALL_PREFIX="$prefix" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON >"$work/configure.log"
+    cmake --build "$work/$(basename "$1")"
+}
+
+cd "$work"
+"$new_daemon" pump-1d
+if grep -r '@NAME@' pump-1d; then fail 'the name is not everywhere'; fi
+if command -v clang++ >/dev/null; then build_with clang++; fi
+build_with "$compiler"
+built=$work/$(basename "$compiler")
+ctest --test-dir "$built" --no-tests=error --output-on-failure
+
+cmake --install "$built"
+echo interval=7 >"$prefix/etc/pump-1d.conf"
+cmake --install "$built" >"$work/again.log"
+grep -qx interval=7 "$prefix/etc/pump-1d.conf" || fail 'a new installation overwrites the settings'
+cmake --install "$built" --component openrc
+sh -n "$prefix/etc/init.d/pump-1d"
+"$prefix/sbin/pump-1d" --help | grep -F "Default: $prefix/etc/pump-1d.conf"
+unit=$prefix/lib/systemd/system/pump-1d.service
+# What test.sh has found both signals to end the daemon with; and a SIGHUP would end it as a failure.
+grep -x 'SuccessExitStatus=132 145' "$unit"
+if grep '^ExecReload' "$unit"; then fail 'the daemon reloads nothing'; fi
+
+# refused COMPLAINT NAME [DIRECTORY]: in one line, with status 2, and with nothing done.
+refused() {
+    complaint=$1
+    shift
+    find "$work/refusals" >"$work/before"
+    status=0
+    (cd "$work/refusals" && "$new_daemon" "$@" 2>"$work/said") || status=$?
+    find "$work/refusals" | diff "$work/before" -
+    [ "$status" -eq 2 ] || fail "new-daemon $*: status $status"
+    { [ "$(grep -c '' "$work/said")" -eq 1 ] && grep -F "$complaint" "$work/said"; } || fail "$(cat "$work/said")"
+}
+mkdir "$work/refusals" "$work/refusals/full"
+touch "$work/refusals/full/.hidden" "$work/refusals/file"
+for name in 9pump -pump --faster pump- Pump 'pump house' pump/house pump.d pump_d 'pümp' "pump
+house"; do
+    refused 'is not a name for a daemon: take 1 to 31 lower-case letters' "$name"
+done
+for name in '' abcdefghijklmnopqrstuvwxyz-12345; do refused 'characters: take 1 to 31' "$name"; done
+for name in all clean help install package test brindle; do refused "take another name, such as ${name}d" "$name"; done
+refused 'usage: ' pump here there
+refused 'is not empty' pump full
+refused 'is there, and no directory' pump full/.hidden
+
+# Where the longest name and an empty directory will do; but a file may have no more than 512 bytes, or 1,024.
+cd "$work/refusals"
+mkdir empty
+find . >"$work/before"
+for directory in empty new; do
+    (ulimit -f 1 && exec "$new_daemon" abcdefghijklmnopqrstuvwxyz-1234 "$directory") 2>&1 | cat >"$work/said"
+    grep "'$directory' could not be written, and nothing is left of it" "$work/said"
+    find . | diff "$work/before" -
+done
+(cd empty && "$new_daemon" abcdefghijklmnopqrstuvwxyz-1234 .)
+
+if ! command -v systemd-analyze; then
+    echo 'skipped: there is no systemd-analyze here'
+    exit 77
+fi
+systemd-analyze verify "$unit"
+# In tenths: the unit reaches 0.2, of 10 for one that is exposed to everything.
+systemd-analyze security --no-pager --offline=true --threshold=2 "$unit" >"$work/security" || fail "$(cat "$work/security")"
+tail -n 1 "$work/security"
