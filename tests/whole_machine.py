@@ -20,7 +20,7 @@ import threading
 import time
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent
-HERE = re.compile("^(shared_library|package)$")  # they need the compiler and its tools
+HERE = re.compile(r"^(shared_library$|package\.)")  # they need the compiler and its tools
 SECONDS = 1800  # for all tests
 
 INIT = """#!/bin/sh
