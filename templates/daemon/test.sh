@@ -51,14 +51,23 @@ done
 daemon=$!
 exec 3<"$work/said" 4>"$work/settings"
 kill -s INT "$daemon"
-echo interval=3600 >&4
+echo interval=5 >&4
 exec 4>&-
-hears 'a job every 3600 s'
+hears 'a job every 5 s'
 ends_with 145 'a signal before its loop waits'
 
 "$@" --config "$work/good" >/dev/full 2>"$work/complaint" &
 daemon=$!
-ends_with 1 'output that nobody takes'
+ends_with 1 'no room for output'
+complains 'write to standard output: '
+
+exec 3<&- # or it would have a reader of its own
+"$@" --config "$work/good" >"$work/said" 2>"$work/complaint" &
+daemon=$!
+exec 3<"$work/said"
+hears 'a job every 1 s'
+exec 3<&-
+ends_with 1 'a worker that fails'
 complains 'write to standard output: '
 
 # The worker cannot write, since the pipe is full and stays so, and jobs wait for it.
