@@ -55,7 +55,8 @@ case $way in
         mkdir "$work/build"
         # shellcheck disable=SC2046,SC2086 # lists of flags
         "$compiler" -std=c++17 -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror ${LDFLAGS:-} "$work/main.cpp" \
-            -o "$work/build/program" $(pkg-config --cflags --libs brindle) "-Wl,-rpath,$(pkg-config --variable=libdir brindle)"
+            -o "$work/build/program" $(pkg-config --cflags --libs brindle) \
+            "-Wl,-rpath,$(pkg-config --variable=libdir brindle)"
         ;;
     *) echo "consumer.sh: '$way' is not a way to the library" >&2; exit 2 ;;
 esac
