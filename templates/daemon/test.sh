@@ -19,11 +19,12 @@ hears() {
     [ "$line" = "$1" ] || fail "it said '$line', not '$1'"
 }
 
-# ends_with STATUS WHY
+# ends_with STATUS WHY. What it said and nobody has read goes away with the last who has the pipe open.
 ends_with() {
     status=0
     wait "$daemon" || status=$?
     daemon=
+    exec 3<&-
     [ "$status" -eq "$1" ] || fail "$2: status $status, not $1"
     echo "$2: status $1"
 }
@@ -61,7 +62,6 @@ daemon=$!
 ends_with 1 'no room for output'
 complains 'write to standard output: '
 
-exec 3<&- # or it would have a reader of its own
 "$@" --config "$work/good" >"$work/said" 2>"$work/complaint" &
 daemon=$!
 exec 3<"$work/said"
@@ -78,16 +78,15 @@ hears 'a job every 1 s'
 yes >"$work/said" 3>&- &
 filler=$!
 ends_with 1 'a worker that is stuck'
+filler= # ends with the pipe
 complains '3 jobs wait for it'
-kill "$filler"
-filler=
 
 # refuses SETTINGS COMPLAINT COMMAND...
 refuses() {
     echo "$1" >"$work/bad"
     complaint=$2
     shift 2
-    "$@" 2>"$work/complaint" &
+    timeout 30 "$@" 2>"$work/complaint" & # one that is not refused would stay
     daemon=$!
     ends_with 2 "$complaint"
     complains "$complaint"
