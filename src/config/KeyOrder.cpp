@@ -35,12 +35,12 @@ std::uint64_t headOf(const char* key)
     return head << 8 * (HEAD_BYTES - count) << 8 | (ends ? count : GOES_ON);
 }
 
-// How many bytes all keys have in common from `depth` on.
+// How many bytes all keys, of which there are two at least, have in common from `depth` on.
 std::size_t commonLength(const char* text, const Entry* first, const Entry* last, std::size_t depth)
 {
     const char* const key = text + first->word + depth;
     const char* end = key;
-    while (last - first > 1 && *end != '=') {
+    while (*end != '=') {
         ++end;
     }
     for (const Entry* entry = first + 1; entry != last && end != key; ++entry) {
