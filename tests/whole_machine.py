@@ -2,10 +2,11 @@
 """Runs the tests of a cross build on a whole emulated machine, which has a kernel of its own.
 
     tests/whole_machine.py BUILD MACHINE
+    tests/whole_machine.py --run MACHINE PROGRAM [ARGUMENT...]    only runs a program, with all that lies around its directory
 
 BUILD is the directory of the build. MACHINE is a directory that script/sysroot makes: "root" has a shell, its tools and the
 libraries, "start" starts the machine with a first file system. What ctest would start here is started there, from files of
-the same names. What ctest prints at the end is printed here, and the whole is in BUILD/tests.log.
+the same names; a test that compiles is started here, and what it has compiled there. What ctest prints at the end is printed here, and the whole is in BUILD/tests.log.
 """
 import json
 import os
@@ -57,22 +58,19 @@ def script_for(test, build):
     return f"cd {shlex.quote(properties['WORKING_DIRECTORY'])}\n{shlex.join(command)}\n"
 
 
-def write_file_system(archive, base, tests, build):
+def write_file_system(archive, base, files, scripts):
     with tempfile.TemporaryDirectory() as scratch:
         root = pathlib.Path(scratch, "root")
         shutil.copytree(base, root, symlinks=True)
-        tracked = subprocess.run(["git", "ls-files", "docs/guides", "examples", "tests/examples"], cwd=SOURCE,
-                                 check=True, stdout=subprocess.PIPE, text=True).stdout.split()
-        built = [file for pattern in ("src/*.so*", "tests/*", "examples/*") for file in pathlib.Path(build).glob(pattern)]
-        for file in [SOURCE / name for name in tracked] + [file for file in built if file.is_file()]:
+        for file in files:
             copy = root / str(file).lstrip("/")
             copy.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy2(file, copy)
         (root / "init").write_text(INIT)
         (root / "init").chmod(0o755)
         (root / "tests").mkdir()
-        for number, test in enumerate(tests):
-            (root / f"tests/{number:03}").write_text(script_for(test, build))
+        for number, script in enumerate(scripts):
+            (root / f"tests/{number:03}").write_text(script)
         with archive.open("wb") as out:
             subprocess.run("find . | cpio --quiet -o -H newc", cwd=root, shell=True, check=True, stdout=out)
 
@@ -99,6 +97,33 @@ def outcomes(machine, archive):
     yield -1, time.monotonic() - started, said  # of the test at which it came to its end, if there are more
 
 
+def run(machine, program, *arguments):
+    around = pathlib.Path(program).resolve().parent.parent
+    with tempfile.TemporaryDirectory() as scratch:
+        archive = pathlib.Path(scratch, "files")
+        write_file_system(archive, pathlib.Path(machine, "root"), [one for one in around.rglob("*") if one.is_file()],
+                          [shlex.join([program, *arguments])])
+        status, _, said = list(outcomes(f"{machine}/start", archive))[0]
+    print(said, end="")
+    sys.exit(status)
+
+
+def files_of_tests(build):
+    tracked = subprocess.run(["git", "ls-files", "docs/guides", "examples", "tests/examples"], cwd=SOURCE,
+                             check=True, stdout=subprocess.PIPE, text=True).stdout.split()
+    built = [file for pattern in ("src/*.so*", "tests/*", "examples/*") for file in pathlib.Path(build).glob(pattern)]
+    return [SOURCE / name for name in tracked] + [file for file in built if file.is_file()]
+
+
+def ended_here(test, machine):
+    """A test that needs the compiler; the machine runs what it has compiled."""
+    properties = {one["name"]: one["value"] for one in test["properties"]}
+    variables = dict(one.split("=", 1) for one in properties.get("ENVIRONMENT", []))
+    variables["BRINDLE_EMULATOR"] = shlex.join([str(pathlib.Path(__file__).resolve()), "--run", machine])
+    return subprocess.run(["timeout", f"{properties['TIMEOUT']:.0f}", *test["command"]], env={**os.environ, **variables},
+                          cwd=properties["WORKING_DIRECTORY"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+
+
 def main():
     build, machine = (str(pathlib.Path(one).resolve()) for one in sys.argv[1:])
     listed = subprocess.run(["ctest", "--test-dir", build, "--show-only=json-v1"], check=True, stdout=subprocess.PIPE)
@@ -111,7 +136,8 @@ def main():
             print(text, file=log, flush=True)
 
         archive = pathlib.Path(scratch, "files")
-        write_file_system(archive, pathlib.Path(machine, "root"), there, build)
+        write_file_system(archive, pathlib.Path(machine, "root"), files_of_tests(build),
+                          [script_for(test, build) for test in there])
         for (status, seconds, said), test in zip(outcomes(f"{machine}/start", archive), there):
             good = status == 0 and "[  SKIPPED ]" not in said
             passed += good
@@ -120,8 +146,7 @@ def main():
                 tell(said)
         for test in tests:
             if HERE.match(test["name"]):
-                ended = subprocess.run(["ctest", "--test-dir", build, "-R", f"^{test['name']}$", "--output-on-failure"],
-                                       stdout=subprocess.PIPE, text=True)
+                ended = ended_here(test, machine)
                 passed += ended.returncode == 0
                 tell(f"{test['name']}, here: {'passed' if ended.returncode == 0 else '***FAILED'}")
                 if ended.returncode != 0:
@@ -131,4 +156,6 @@ def main():
     sys.exit(1 if failed else 0)
 
 
+if sys.argv[1:2] == ["--run"]:
+    run(*sys.argv[2:])
 main()
