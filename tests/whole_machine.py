@@ -6,7 +6,8 @@
 
 BUILD is the directory of the build. MACHINE is a directory that script/sysroot makes: "root" has a shell, its tools and the
 libraries, "start" starts the machine with a first file system. What ctest would start here is started there, from files of
-the same names; a test that compiles is started here, and what it has compiled there. What ctest prints at the end is printed here, and the whole is in BUILD/tests.log.
+the same names; a test that compiles is started here, and what it has compiled there. What ctest prints at the end is
+printed here, and the whole is in BUILD/tests.log.
 """
 import json
 import os
