@@ -110,10 +110,10 @@ def run(machine, program, *arguments):
 
 
 def files_of_tests(build):
-    tracked = subprocess.run(["git", "ls-files", "docs/guides", "examples", "tests/examples"], cwd=SOURCE,
-                             check=True, stdout=subprocess.PIPE, text=True).stdout.split()
+    directories = [SOURCE / name for name in ("docs/guides", "examples", "tests/examples")]
+    sources = [file for directory in directories for file in directory.rglob("*")]
     built = [file for pattern in ("src/*.so*", "tests/*", "examples/*") for file in pathlib.Path(build).glob(pattern)]
-    return [SOURCE / name for name in tracked] + [file for file in built if file.is_file()]
+    return [file for file in sources + built if file.is_file()]
 
 
 def ended_here(test, machine):
