@@ -44,9 +44,13 @@ reboot -f
 """
 
 
+def properties_of(test):
+    return {one["name"]: one["value"] for one in test["properties"]}
+
+
 def script_for(test, build):
     """What the machine's shell does for one test of ctest's: all but the emulator."""
-    properties = {one["name"]: one["value"] for one in test["properties"]}
+    properties = properties_of(test)
     words = test["command"]
     while not words[0].startswith((build, str(SOURCE))):
         words = words[1:]
@@ -104,7 +108,7 @@ def run(machine, program, *arguments):
         archive = pathlib.Path(scratch, "files")
         write_file_system(archive, pathlib.Path(machine, "root"), [one for one in around.rglob("*") if one.is_file()],
                           [shlex.join([program, *arguments])])
-        status, _, said = list(outcomes(f"{machine}/start", archive))[0]
+        (status, _, said), *_ = outcomes(f"{machine}/start", archive)  # to their end, or the machine would go on
     print(said, end="")
     sys.exit(status)
 
@@ -118,7 +122,7 @@ def files_of_tests(build):
 
 def ended_here(test, machine):
     """A test that needs the compiler; the machine runs what it has compiled."""
-    properties = {one["name"]: one["value"] for one in test["properties"]}
+    properties = properties_of(test)
     variables = dict(one.split("=", 1) for one in properties.get("ENVIRONMENT", []))
     variables["BRINDLE_EMULATOR"] = shlex.join([str(pathlib.Path(__file__).resolve()), "--run", machine])
     return subprocess.run(["timeout", f"{properties['TIMEOUT']:.0f}", *test["command"]], env={**os.environ, **variables},
