@@ -208,6 +208,9 @@ void handle(int signal)
     const int interrupted = std::exchange(errno, 4711);
     Record::application_exit_signal(signal);
     demand(std::exchange(errno, interrupted) == 4711, "the interrupted code keeps its errno");
+    sigset_t now;
+    pthread_sigmask(SIG_BLOCK, nullptr, &now);
+    demand(sigismember(&now, signal) == 1, "what was blocked before is blocked after");
     --handlers;
 }
 
@@ -255,6 +258,11 @@ struct AfterTheRecord {
     }
 };
 
+void request()
+{
+    Application::app().exit(5);
+}
+
 void loop()
 {
     inLoop = true;
@@ -298,25 +306,27 @@ void loop()
 
 }
 
-TEST(Ending, ComesRightWhateverComesBeforeAnyTwoSteps)
+class Ending : public testing::TestWithParam<Happening> {};
+
+TEST_P(Ending, ComesRightWhateverComesBeforeAnyTwoSteps)
 {
     const Happening interruptMain = [] { letMain(interrupt); }, end = [] { letMain(endProcess); },
-                    forkMeanwhile = [] { letMain(forkHere); }, request = [] { Application::app().exit(5); };
-    for (const Happening road : {request, interrupt, loop}) {
-        for (const Happening first : {interrupt, interruptMain, end, forkMeanwhile}) {
-            for (const Happening second : {interrupt, interruptMain}) {
-                for (int i = 1, reached = 2; reached > 0; ++i) {
-                    reached = 2;
-                    for (int j = i; reached == 2; ++j) {
-                        events = {{i, first}, {j, second}};
-                        const auto isSound = [&](int status) { // no road is shorter
-                            reached = WEXITSTATUS(status) - ENDED;
-                            return WIFEXITED(status) && reached >= (i > 5 ? 0 : 1) && reached <= 2;
-                        };
-                        ASSERT_EXIT(live(road), isSound, "") << i << ", " << j;
-                    }
+                    forkMeanwhile = [] { letMain(forkHere); };
+    for (const Happening first : {interrupt, interruptMain, end, forkMeanwhile}) {
+        for (const Happening second : {interrupt, interruptMain}) {
+            for (int i = 1, reached = 2; reached > 0; ++i) {
+                reached = 2;
+                for (int j = i; reached == 2; ++j) {
+                    events = {{i, first}, {j, second}};
+                    const auto isSound = [&](int status) { // no road is shorter
+                        reached = WEXITSTATUS(status) - ENDED;
+                        return WIFEXITED(status) && reached >= (i > 5 ? 0 : 1) && reached <= 2;
+                    };
+                    ASSERT_EXIT(live(GetParam()), isSound, "") << i << ", " << j;
                 }
             }
         }
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Roads, Ending, testing::Values(request, interrupt, loop));
