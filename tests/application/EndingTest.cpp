@@ -329,4 +329,4 @@ TEST_P(Ending, ComesRightWhateverComesBeforeAnyTwoSteps)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, Ending, testing::Values(request, interrupt, loop));
+INSTANTIATE_TEST_SUITE_P(Roads, Ending, testing::Values(loop, request, interrupt)); // the longest first
