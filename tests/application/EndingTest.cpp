@@ -95,12 +95,17 @@ void step(Call call = Call::OTHER)
     demand(call == Call::OTHER || !recordIsGone, "the record is there while it is used");
 }
 
-// Whether SIGINT and SIGTERM are both blocked, or neither; and SIGUSR2 still is, as from the beginning.
-bool masked(bool both)
+bool isBlocked(int signal)
 {
     sigset_t now;
     pthread_sigmask(SIG_BLOCK, nullptr, &now);
-    return sigismember(&now, SIGINT) == both && sigismember(&now, SIGTERM) == both && sigismember(&now, SIGUSR2) == 1;
+    return sigismember(&now, signal) == 1;
+}
+
+// Whether SIGINT and SIGTERM are both blocked, or neither; and SIGUSR2 still is, as from the beginning.
+bool masked(bool both)
+{
+    return isBlocked(SIGINT) == both && isBlocked(SIGTERM) == both && isBlocked(SIGUSR2);
 }
 
 }
@@ -208,9 +213,7 @@ void handle(int signal)
     const int interrupted = std::exchange(errno, 4711);
     Record::application_exit_signal(signal);
     demand(std::exchange(errno, interrupted) == 4711, "the interrupted code keeps its errno");
-    sigset_t now;
-    pthread_sigmask(SIG_BLOCK, nullptr, &now);
-    demand(sigismember(&now, signal) == 1, "what was blocked before is blocked after");
+    demand(isBlocked(signal), "what was blocked before is blocked after");
     --handlers;
 }
 
