@@ -25,6 +25,11 @@ using Happening = void (*)();
 
 namespace {
 
+#ifdef __SANITIZE_ADDRESS__ // the same memory is used whichever two steps the events come before
+constexpr bool EVERY_PAIR = false;
+#else
+constexpr bool EVERY_PAIR = true;
+#endif
 constexpr int ENDED = 10; // a child's status, with the number of events added
 
 enum class Call { OTHER, LOCK, UNLOCK } nextCall = Call::OTHER; // of the helper
@@ -329,7 +334,7 @@ class Ending : public testing::TestWithParam<std::tuple<Happening, Happening>> {
 TEST_P(Ending, ComesRightWhateverComesBeforeAnyTwoSteps)
 {
     const auto [road, first] = GetParam();
-    const int stride = stressChildren() < 40 ? 5 : 1; // who cannot wait meets every first step, with some of the later
+    const int stride = EVERY_PAIR && stressChildren() >= 40 ? 1 : 5; // from the first event's step to the second's
     for (const Happening second : {interrupt, interruptMain}) {
         for (int i = 1, reached = 2; reached > 0; ++i) {
             reached = 2;
