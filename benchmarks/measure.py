@@ -61,7 +61,7 @@ def arguments():
         help="where to draw (default: in the build)")
     add("--times", metavar="N", type=int, default=7, help="how often to run each benchmark (default: 7)")
     add("--no-peers", action="store_true", help="the library alone, with its floor")
-    add("--once", action="store_true", help="each benchmark for one iteration, to see that it runs; prints no figures")
+    add("--once", action="store_true", help="one iteration each, a million entries left out, to see that all run")
     options = parser.parse_args()
     if options.times < 1:
         parser.error(f"argument --times: {options.times} is not a number from 1 up")
