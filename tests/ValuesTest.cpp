@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <iomanip>
 #include <map>
@@ -73,6 +74,7 @@ std::string answers(const Configuration& configuration)
 
 ssize_t read(int descriptor, void* buffer, size_t size)
 {
+    EXPECT_EQ(FD_CLOEXEC, fcntl(descriptor, F_GETFD)); // or a program that is started meanwhile would have it
     errno = failingRead.second;
     return --failingRead.first == 0 ? -1 : REAL_CALL(read)(descriptor, buffer, size);
 }
@@ -93,6 +95,10 @@ TEST(Configuration, ReadsEveryShortFileAsItsFormatSays)
     EXPECT_EQ((Entries{{"a", "1"}, {"b", manyBytes}}), entriesOf(file("a=1 b=" + manyBytes))); // a signal does not
     EXPECT_EQ(Entries(), entriesOf("/")); // a directory can be opened, and then the first read fails
     EXPECT_EQ(unused, dup(0));            // every file was closed
+    // In this locale each byte is what the next one is elsewhere: '\37' is a space, and ' ' is none.
+    std::locale::global(std::locale(std::locale(), new std::ctype<char>(std::ctype<char>::classic_table() + 1)));
+    EXPECT_EQ((Entries{{"a", "1 b=2"}, {"c", "3"}}), entriesOf(file("a=1 b=2\37c=3")));
+    std::locale::global(std::locale::classic());
 }
 
 // What makes it quick, and so shows nowhere else. Keys share beginnings of any length, hold zero bytes, and come again.

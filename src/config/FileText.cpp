@@ -1,5 +1,6 @@
 #include "config/FileText.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -55,7 +56,7 @@ FileText readFile(const std::string& path)
     for (ssize_t size = text.opened ? 1 : 0; size > 0;) {
         const std::size_t before = text.bytes.size();
         if (before == PIECE) { // big: memory that does not move while it grows saves a tenth of the whole time
-            text.bytes.reserve(file.saidSize() + PIECE);
+            text.bytes.reserve(std::min(file.saidSize(), text.bytes.max_size() - PIECE) + PIECE);
         }
         text.bytes.resize(before + PIECE);
         size = file.readSome(&text.bytes[before]);

@@ -100,20 +100,32 @@ void sortByHead(Entry* first, Entry* last, Entry* spare)
     }
 }
 
-// Sorts entries whose keys are equal up to `depth`.
-// NOLINTNEXTLINE(misc-no-recursion): each time with fewer entries, or with none that goes on
-void sortFrom(std::size_t depth, const char* text, Entry* first, Entry* last, Entry* spare)
+// Entries whose keys are equal up to `depth`.
+struct Alike {
+    std::size_t depth;
+    Entry* first;
+    Entry* last;
+};
+
+// Those that are still to be sorted are listed. A call inside a call for each could take all of a thread's stack: keys may
+// have a beginning in common that is as long as there are keys.
+void sortEntries(const char* text, Entry* begin, Entry* end, Entry* spare)
 {
-    depth += commonLength(text, first, last, depth);
-    for (Entry* entry = first; entry != last; ++entry) {
-        entry->head = headOf(text + entry->word + depth);
-    }
-    sortByHead(first, last, spare);
-    while (first != last) {
-        Entry* const equal = first;
-        first = std::find_if(equal, last, [equal](const Entry& entry) { return entry.head != equal->head; });
-        if (first - equal > 1 && (equal->head & 0xFF) == GOES_ON) {
-            sortFrom(depth + HEAD_BYTES, text, equal, first, spare);
+    std::vector<Alike> left = {{0, begin, end}};
+    while (!left.empty()) {
+        auto [depth, first, last] = left.back();
+        left.pop_back();
+        depth += commonLength(text, first, last, depth);
+        for (Entry* entry = first; entry != last; ++entry) {
+            entry->head = headOf(text + entry->word + depth);
+        }
+        sortByHead(first, last, spare);
+        while (first != last) {
+            Entry* const equal = first;
+            first = std::find_if(equal, last, [equal](const Entry& entry) { return entry.head != equal->head; });
+            if (first - equal > 1 && (equal->head & 0xFF) == GOES_ON) {
+                left.push_back({depth + HEAD_BYTES, equal, first});
+            }
         }
     }
 }
@@ -130,7 +142,7 @@ void sortByKey(const std::string& text, std::vector<std::size_t>& words)
     for (std::size_t place = 0; place < size; ++place) {
         entries[place].word = words[place];
     }
-    sortFrom(0, text.data(), entries.data(), entries.data() + size, entries.data() + size);
+    sortEntries(text.data(), entries.data(), entries.data() + size, entries.data() + size);
     for (std::size_t place = 0; place < size; ++place) {
         words[place] = entries[place].word;
     }

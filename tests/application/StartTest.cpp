@@ -61,7 +61,10 @@ void expectOutcome(const std::string& outcome, const char* commandLine, int fail
         for (; result == 0; result = app.parseArg()) {
             std::cerr << "0 ";
         }
-        std::cerr << result << port.errors() << (std::signal(SIGINT, SIG_DFL) == SIG_IGN ? " no SIGINT" : "")
+        struct sigaction forInterrupt = {};
+        sigaction(SIGINT, nullptr, &forInterrupt);
+        const bool handles = forInterrupt.sa_handler != SIG_IGN && (forInterrupt.sa_flags & SA_RESTART) != 0;
+        std::cerr << result << port.errors() << (handles ? "" : " no SIGINT")
                   << (std::signal(SIGTERM, SIG_DFL) == SIG_DFL ? " no SIGTERM" : "");
         for (std::size_t i = 0; i < options.size(); ++i) {
             options[i]->isSet() ? std::cerr << ' ' << "apeosn"[i] << '=' << options[i]->argument() : std::cerr;

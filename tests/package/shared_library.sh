@@ -10,6 +10,10 @@ dynamic=$(LC_ALL=C readelf -d "$1")
 for entry in '(SONAME).*\[libbrindle\.so\.1\]' '(FLAGS_1).* NOW\>' '(FLAGS_1).* NODELETE\>'; do
   printf '%s\n' "$dynamic" | grep "$entry" >/dev/null || { echo "$1: the dynamic section has no $entry" >&2; exit 1; }
 done
+readelf -sW "$1" | c++filt | grep ' TLS .*maskOutsideTheFork' >/dev/null || {
+  echo "$1: not every thread that forks has a mask of its own to restore" >&2
+  exit 1
+}
 if nm -D --undefined-only "$1" | grep ' __atomic_'; then echo "$1 needs libatomic" >&2; exit 1; fi
 nm -D --defined-only "$1" | c++filt | cut -d' ' -f3- | grep -v '^BRINDLE_1$' | LC_ALL=C sort -u | diff -u "$2" -
 sed -n 's/^ (c++)"\(.*@\)BRINDLE_1" [0-9.]*$/\1@BRINDLE_1/p' "$3" | LC_ALL=C sort | diff -u "$2" -
