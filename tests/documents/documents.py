@@ -4,7 +4,8 @@
     documents.py SOURCE BUILD COMPILER REPLAYED...
 
 cpp is compiled; cmake is configured, and sh run, against a fresh install; console is for transcripts.bash, and its page
-must be among those that this replays. Links to files of the tree must lead somewhere.
+must be among those that this replays. Links to files of the tree must lead somewhere. Both changelogs begin with the
+version that CMakeLists.txt has.
 """
 import os
 import pathlib
@@ -152,8 +153,16 @@ def problem(block, prefix, directory):
     return "nothing can try this, so it needs <!-- quoted from FILE --> or <!-- not run: WHY --> before it"
 
 
+def other_versions():
+    version = re.search(r"(?m)^ +VERSION (\S+)$", (SOURCE / "CMakeLists.txt").read_text())[1]
+    newest = {"CHANGELOG.md": r"(?m)^## \[([0-9.]+)\]", "debian/changelog": r"^brindle \((.+)\) "}
+    found = {name: re.search(form, (SOURCE / name).read_text())[1] for name, form in newest.items()}
+    return [f"{name} has version {one}, CMakeLists.txt has {version}" for name, one in found.items() if one != version]
+
+
 def main():
     blocks, problems = [block for header in HEADERS for block in blocks_of_header(header)], []
+    problems += other_versions()
     for page in PAGES:
         more, wrong = blocks_and_problems_of_page(page)
         blocks += more
