@@ -28,7 +28,8 @@ class Option;
 ///   can end the child's application: runEventLoop() waits for ever there, and exit() returns. The child of `vfork`
 ///   runs the handlers on the parent's memory until it execs. With uClibc-ng `malloc` may hang in the child of a
 ///   program that has threads (measured on 1.0.35), so there it does no more than exec or `_exit`.
-/// - Lifetime: made by the first app(), destroyed at process exit. Signals and exit() are harmless after that.
+/// - Lifetime: made by the first app(), destroyed at process exit. Signals and exit() are harmless after that. No
+///   thread may end the process while another one is inside init(), parseArg() or printHelp().
 ///
 /// @code
 /// int main(int argc, char** argv)
