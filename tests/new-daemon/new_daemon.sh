@@ -54,7 +54,7 @@ house"; do
     refused 'is not a name for a daemon: take 1 to 31 lower-case letters' "$name"
 done
 for name in '' abcdefghijklmnopqrstuvwxyz-12345; do refused 'characters: take 1 to 31' "$name"; done
-for name in all clean help install package test brindle root www-data; do refused "take another name, such as ${name}d" "$name"; done
+for name in all clean help install package test brindle root www-data nogroup; do refused "take another name, such as ${name}d" "$name"; done
 refused 'usage: ' pump here there
 refused 'is not empty' pump full
 refused 'is there, and no directory' pump full/.hidden

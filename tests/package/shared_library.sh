@@ -10,8 +10,8 @@ dynamic=$(LC_ALL=C readelf -d "$1")
 for entry in '(SONAME).*\[libbrindle\.so\.1\]' '(FLAGS_1).* NOW\>' '(FLAGS_1).* NODELETE\>'; do
   printf '%s\n' "$dynamic" | grep "$entry" >/dev/null || { echo "$1: the dynamic section has no $entry" >&2; exit 1; }
 done
-readelf -sW "$1" | c++filt | grep ' TLS .*maskOutsideTheFork' >/dev/null || {
-  echo "$1: not every thread that forks has a mask of its own to restore" >&2
+LC_ALL=C readelf -lW "$1" | grep '^ *TLS ' >/dev/null || {
+  echo "$1: nothing in it is a thread's own, but each that forks must have a mask of its own to restore" >&2
   exit 1
 }
 if nm -D --undefined-only "$1" | grep ' __atomic_'; then echo "$1 needs libatomic" >&2; exit 1; fi
