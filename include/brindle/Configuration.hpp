@@ -12,7 +12,8 @@ namespace brindle {
 /// - Threads: no lock. getOption() and isValid() may run at once; nothing else at the same time as readCfgFile().
 /// - Blocking: readCfgFile() reads the file to its end, so for a FIFO it waits for the writer.
 /// - Memory: while it is read, the whole text is there beside the entries.
-/// - Errors: by result; nothing is printed. `std::bad_alloc` passes, from copies too; then nothing has changed.
+/// - Errors: by result; nothing is printed. `std::bad_alloc` passes, from copies too; then nothing has changed. On 32
+///   bits a file of more than 1 GiB may throw `std::length_error` instead.
 /// - Lifetime: the file is closed when readCfgFile() returns. Copies are deep, and to move
 ///   is to copy: the source stays as it was. The destructor is not virtual: do not delete a derived object through a
 ///   `Configuration*`.

@@ -1,9 +1,8 @@
 #include "config/FileText.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <new>
-#include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -50,14 +49,14 @@ private:
 }
 
 FileText readFile(const std::string& path)
-try {
+{
     FileText text;
     const Descriptor file(path);
     text.opened = file.isOpen();
     for (ssize_t size = text.opened ? 1 : 0; size > 0;) {
         const std::size_t before = text.bytes.size();
         if (before == PIECE) { // big: memory that does not move while it grows saves a tenth of the whole time
-            text.bytes.reserve(file.saidSize() + PIECE);
+            text.bytes.reserve(std::min(file.saidSize(), text.bytes.max_size() - PIECE) + PIECE);
         }
         text.bytes.resize(before + PIECE);
         size = file.readSome(&text.bytes[before]);
@@ -65,8 +64,6 @@ try {
         text.complete = size == 0;
     }
     return text;
-} catch (const std::length_error&) {
-    throw std::bad_alloc(); // what a string may not hold, memory does not
 }
 
 }

@@ -22,7 +22,6 @@ using brindle::Application;
 using brindle::LoopQueue;
 using Record = Application::ApplicationImpl;
 using Happening = void (*)();
-using Happenings = std::vector<Happening>;
 
 namespace {
 
@@ -313,7 +312,7 @@ TEST_P(Ending, ComesRightWhateverComesBeforeAnyTwoSteps)
     const auto [road, first] = GetParam();
     const int stride = stressChildren() < 40 ? 5 : LATER_STEPS; // who cannot wait meets every first step all the same
     // While main ends the process it takes no other deed; it is interrupted at its own steps.
-    for (const Happening second : first == end ? Happenings{interrupt} : Happenings{interrupt, interruptMain}) {
+    for (const Happening second : first == end ? std::vector{interrupt} : std::vector{interrupt, interruptMain}) {
         for (int i = 1, reached = 2; reached > 0; ++i) {
             for (int j = i; j == i || reached == 2; j += stride) {
                 events = {{i, first}, {j, second}};
