@@ -1,12 +1,15 @@
 // How requests, signals and the end of the process meet, where one of the two threads ends it.
 //
 // The main thread calls init, or does not; then it runs its loop up to twice, and returns. The other is in the C
-// library for a while, and then calls exit, or std::exit, or neither.
+// library for a while, and then calls exit, or std::exit, or neither. Each signal comes up to twice.
 
 #define THREADS 2
 #define THREAD_IDS {0, 1}
 #define OWN_MASKS {0, 0}
 #define SIGNALLED_THREADS 2
+#ifndef SIGNALS_EACH
+#define SIGNALS_EACH 2
+#endif
 #define FIRST_LOOP 0
 #define SECOND_LOOP 0
 #define LOOP_CALLS 2

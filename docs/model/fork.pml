@@ -4,14 +4,15 @@
 // nothing from then on, so each is followed by itself: the fork goes on as either. In the child the other threads are
 // gone, wherever they were, and the handlers that ran on them. It then makes a request, runs a loop or ends.
 //
-// 26 states are unreached, as they should be, in functions that ending.pml reaches whole: there is no loop in the child
-// but that of its one thread, nobody else is inside its gate, and the thread that blocks SIGTERM gets none.
+// 29 states are unreached, as they should be, in functions that ending.pml reaches whole: the child has no loop but that of
+// its one thread, no other thread is inside its gate, and the thread that blocks SIGTERM gets none.
 
 #define THREADS 3
 #define THREAD_IDS {0, 1, 2}
 #define OWN_MASKS {0, 2, 0} // two that fork at once have two masks to restore
 #define SIGNALLED_THREADS 3
 #define FORKER 2
+#define SIGNALS_EACH 1
 #define FIRST_LOOP 0
 #define SECOND_LOOP FORKER
 #define EXIT_ATTEMPTS 1
@@ -31,7 +32,7 @@ byte maskOutsideTheFork[THREADS];
 inline beforeFork()
 {
 #ifndef WITHOUT_BLOCKING_ACROSS_THE_FORK // fork blocks the signals until the child's record is in order
-    blockTerminationSignals(MY_MASK_OUTSIDE_THE_FORK);
+    blockSignals(MY_MASK_OUTSIDE_THE_FORK);
 #else
     MY_MASK_OUTSIDE_THE_FORK = mask[me];
 #endif
@@ -78,7 +79,8 @@ inline fork()
             mask[0] = BOTH; mask[1] = BOTH; // no signal reaches those who are gone,
             suspended[0] = false; suspended[1] = false; suspended[3] = false; suspended[4] = false; // who all vanish
             conditionExists[0] = false; expects[0] = false; semaphore[0] = 0; owed = 0;
-            maskOutsideTheFork[1] = 0; seenInside = 0; seenWaiting = 0
+            maskOutsideTheFork[1] = 0; seenInside = 0; seenWaiting = 0;
+            processEnds = gateClosed // or the child runs the record's destructor if it ends
         };
         gone == 2 && runs == 0
     fi
@@ -123,10 +125,10 @@ inline afterForkInChild()
         skip
     :: !pass
     fi;
-    leaveGate();
 #ifndef WITHOUT_RESTORING_THE_CHILDS_MASK // fork restores the child's mask
     mask[me] = MY_MASK_OUTSIDE_THE_FORK;
 #endif
+    leaveGate();
     assert(mask[me] == ownMask[me]) // a thread leaves with another mask than it came with
 }
 

@@ -44,12 +44,12 @@ bool asleep[THREADS];
 // What only the properties need.
 bool conditionExists[THREADS]; // a thread has a WaitingCondition
 bool expects[THREADS];         // a loop had the mutex, and has not been released since
-bool codeIsNew;                // an exit code was stored since a loop queued itself
+byte codeOfTheLastRequest;     // of those that have had the mutex
 byte owed;                     // loops that were released and have not returned
 
-// -- TerminationSignals, and the C library
+// -- SignalMask, and the C library
 
-inline blockTerminationSignals(previousMask)
+inline blockSignals(previousMask)
 {
     d_step { previousMask = mask[me]; mask[me] = BOTH }
 }
@@ -96,8 +96,7 @@ inline storeExitCode(code)
     d_step {
         assert(recordExists);     // the record is used after its end
         assert(mutexOwner == me); // the exit code is used without the mutex
-        exitCode = code;
-        codeIsNew = true
+        exitCode = code
     }
 }
 
@@ -115,6 +114,7 @@ inline enterGate()
 #else
     pass = !gateClosed
 #endif
+    assert(pass || gateClosed) // the gate is open and refuses a user
 }
 
 inline leaveGate()
@@ -142,10 +142,9 @@ inline enqueue()
     d_step {
         assert(recordExists);     // the record is used after its end
         queued[me] = true;
-        waiting++;
-        codeIsNew = false;
-        semaphore[me]--           // the token that it was made with
-    }
+        waiting++
+    };
+    semaphore[me]-- // the token that it was made with
 }
 
 inline release(thread)
@@ -170,8 +169,9 @@ inline release(thread)
 }
 
 // Of two waiters the one with the higher priority is released; here, either.
-inline signal()
+inline signal(code)
 {
+    codeOfTheLastRequest = code;
     if
     :: atomic {
         waiting == 0;
@@ -201,7 +201,7 @@ inline runEventLoop()
         makeWaitingCondition();
 #endif
 #ifndef WITHOUT_BLOCKING_IN_THE_LOOP // the loop blocks the signals before it takes the mutex
-        blockTerminationSignals(previous);
+        blockSignals(previous);
 #else
         previous = mask[me];
 #endif
@@ -244,7 +244,7 @@ end_asleep:
             semaphore[me]--
         };
 #ifndef WITHOUT_BLOCKING_AFTER_THE_SLEEP // the loop blocks the signals again before it takes the mutex back
-        blockTerminationSignals(previous);
+        blockSignals(previous);
 #endif
 #ifndef WITHOUT_TAKING_THE_MUTEX_BACK // the loop takes the mutex back after it was released
         pthread_mutex_lock();
@@ -252,7 +252,7 @@ end_asleep:
         d_step {
             assert(recordExists);     // the record is used after its end
             assert(mutexOwner == me); // the exit code is used without the mutex
-            assert(codeIsNew);        // the loop returns a code that nobody stored for it
+            assert(exitCode == codeOfTheLastRequest); // the loop returns another code than that of the last request
             assert(HasApplicationTerminated || exitCode == A_CODE); // the loop returns before the flag is set
             assert(owed > 0);         // the loop returns and nobody has released it
             owed--;
@@ -278,7 +278,7 @@ end_asleep:
 inline tryExit(code)
 {
 #ifndef WITHOUT_BLOCKING_IN_EXIT // exit blocks the signals before it takes the mutex
-    blockTerminationSignals(previous);
+    blockSignals(previous);
 #else
     previous = mask[me];
 #endif
@@ -293,9 +293,17 @@ inline tryExit(code)
 #endif
         pthread_mutex_lock();
 #ifndef WITHOUT_STORING_WITH_THE_MUTEX
+#ifndef WITHOUT_STORING_EVERY_CODE // a request stores its code even if it releases no loop
         storeExitCode(code);
 #endif
-        signal();
+#endif
+        signal(code);
+#ifdef WITHOUT_STORING_EVERY_CODE
+        if
+        :: released -> storeExitCode(code)
+        :: !released
+        fi;
+#endif
 #ifdef WITHOUT_LEAVING_THE_GATE_LAST // who is inside leaves the gate after giving the mutex back
         leaveGate();
 #endif
@@ -341,7 +349,7 @@ inline exit(code)
 inline application_exit_signal(signum)
 {
 #ifndef WITHOUT_BLOCKING_IN_THE_HANDLER // the handler blocks the other signal, too
-    blockTerminationSignals(previous);
+    blockSignals(previous);
 #else
     previous = mask[me];
 #endif
@@ -350,7 +358,7 @@ inline application_exit_signal(signum)
     :: pass ->
         pthread_mutex_lock();
         storeExitCode(signum + 130);
-        signal();
+        signal(signum + 130);
 #ifndef WITHOUT_THE_FLAG_BEFORE_UNLOCKING // the handler sets the flag before it gives the mutex back
         HasApplicationTerminated = true;
 #endif
@@ -423,18 +431,24 @@ inline isInUse()
 #endif
     if
     :: inUse ->
-        blockTerminationSignals(previous);
+        blockSignals(previous);
         pthread_mutex_lock();
-        d_step {
-            seenInside = gateInside;
-            seenWaiting = waiting;
-#ifndef WITHOUT_LEAVING_OUT_SLEEPERS // a loop asleep in the queue does not count
-            inUse = gateInside != waiting
-#else
-            inUse = gateInside != 0
-#endif
-        };
+#ifndef WITHOUT_LOOKING_WITH_THE_MUTEX // the destructor looks who is inside while it holds the mutex
+        if // C++ does not say which it reads first
+        :: seenInside = gateInside; seenWaiting = waiting
+        :: seenWaiting = waiting; seenInside = gateInside
+        fi;
         pthread_mutex_unlock();
+#else
+        seenWaiting = waiting;
+        pthread_mutex_unlock();
+        seenInside = gateInside;
+#endif
+#ifndef WITHOUT_LEAVING_OUT_SLEEPERS // a loop asleep in the queue does not count
+        inUse = seenInside != seenWaiting;
+#else
+        inUse = seenInside != 0;
+#endif
         restore(previous)
     :: !inUse
     fi
@@ -473,7 +487,10 @@ inline destroyRecord()
     }
 }
 
-// std::exit, or the return from main. Of two threads that do this, the first destroys the record, the other waits.
+// std::exit, or the return from main.
+//
+// Of two threads that do this, the first destroys the record. The other waits for it in some C libraries. In others it
+// runs the remaining exit handlers, and ends the process at any time. That cuts a run short; each part of a run is searched.
 inline endTheProcess()
 {
     if

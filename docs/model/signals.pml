@@ -1,14 +1,27 @@
-// SIGINT and SIGTERM, each once or not at all; in the child of a fork once more if the fork came into the handler.
+// SIGINT and SIGTERM, each at most SIGNALS_EACH times; in the child of a fork once more if the fork came into the handler.
+
+inline sendAgain()
+{
+#if SIGNALS_EACH > 1
+    if
+    :: atomic { sent + 1 < SIGNALS_EACH -> sent++; goto end_notSent }
+    :: sent + 1 == SIGNALS_EACH
+    fi
+#else
+    skip
+#endif
+}
 
 active proctype Interrupt() provided (!suspended[_pid])
 {
     byte me = NOBODY;
-    byte interrupted, interruptedMask;
+    byte interrupted, interruptedMask, sent;
     LOCALS;
 end_notSent: {
         deliver(SIGINT_BIT);
         application_exit_signal(2);
-        returnFromTheHandler(SIGINT_BIT)
+        returnFromTheHandler(SIGINT_BIT);
+        sendAgain()
     }
 #ifdef GONE
     unless {
@@ -20,12 +33,13 @@ end_notSent: {
 active proctype Terminate() provided (!suspended[_pid])
 {
     byte me = NOBODY;
-    byte interrupted, interruptedMask;
+    byte interrupted, interruptedMask, sent;
     LOCALS;
 end_notSent: {
         deliver(SIGTERM_BIT);
         application_exit_signal(15);
-        returnFromTheHandler(SIGTERM_BIT)
+        returnFromTheHandler(SIGTERM_BIT);
+        sendAgain()
     }
 #ifdef GONE
     unless {

@@ -19,15 +19,21 @@ class Option;
 /// - Errors: statuses, as each function says. Messages are whole lines on standard error. Nothing but
 ///   `std::bad_alloc` is thrown.
 /// - Signals: from init() on, SIGINT and SIGTERM end the event loop. They may come at any time, together, again
-///   and again, aimed at the process or at one thread: none is lost while the loop waits, none makes anything
-///   hang, and the interrupted code keeps its `errno`. One that comes while no loop waits only sets
-///   HasApplicationTerminated. No function but HasApplicationTerminated is for signal handlers of the program.
-///   While `system` runs a command, a Ctrl-C does not reach the program: it has SIGINT and SIGQUIT ignored.
-/// - fork: allowed at any time, but not in a signal handler, through `fork` (which runs the handlers of
-///   `pthread_atfork`). Nobody waits in the child's event loop. If another thread was ending the process, nobody
-///   can end the child's application: runEventLoop() waits for ever there, and exit() returns. The child of `vfork`
-///   runs the handlers on the parent's memory until it execs. With uClibc-ng `malloc` may hang in the child of a
-///   program that has threads (measured on 1.0.35), so there it does no more than exec or `_exit`.
+///   and again, aimed at the process or at one thread: none is lost while the loop waits, none causes a hang,
+///   and the interrupted code keeps its `errno`. One that comes while no loop waits only sets
+///   HasApplicationTerminated. Signal handlers of the program may read and write HasApplicationTerminated, and use
+///   nothing else here. They may stop the thread that they interrupt and wait: the library blocks all signals
+///   while it holds its mutex, except SIGSEGV and those that an instruction raises like it.
+///   `system()` ignores SIGINT and SIGQUIT while its command runs, so Ctrl-C does not end the loop then.
+/// - Cancellation: `pthread_cancel` may hit a thread while the signal handler runs on it; it acts when the handler
+///   is through. A thread that is cancelled in exit() withdraws its request. A thread inside runEventLoop() must
+///   not be cancelled, and no function here may be called under asynchronous cancellation.
+/// - Fork: allowed at any time, but not in a signal handler, through `fork` (which runs the handlers of
+///   `pthread_atfork`). The child's event loop has no waiter. If another thread was ending the process, the child's
+///   application cannot be ended: runEventLoop() waits without limit there, and exit() returns. The child of `vfork`
+///   runs the handler on the parent's memory until it execs: a SIGTERM for the child alone ends the parent's loop
+///   with 145. With uClibc-ng `malloc` may hang in the child of a program that has threads (measured on 1.0.35), so
+///   there the child only calls exec or `_exit`.
 /// - Lifetime: made by the first app(), destroyed at process exit. Signals and exit() are harmless after that. No
 ///   thread may end the process while another one is inside init(), parseArg() or printHelp().
 ///
@@ -121,7 +127,7 @@ public:
     /// Blocks until the first exit request or signal that finds it waiting, and returns the exit code: that
     /// of exit(), 132 after SIGINT, 145 after SIGTERM; the last one stored if several come at once. May be
     /// called again, for a new request. Needs a successful init(). While another thread is ending the process,
-    /// no request can come any more, and it just waits. The thread must not be cancelled (`pthread_cancel`).
+    /// no request can come any more, and the call waits for that end.
     ///
     /// A signal that came before is not remembered here. HasApplicationTerminated tells of it, but this thread
     /// may look too early. A thread that is started after init() and looks now and then misses none (its request may
@@ -142,11 +148,16 @@ public:
     /// released, normally at once. While none waits, tries again every 200 ms, up to 100 times, then says so on
     /// standard error and ends the process with status 1. Needs a successful init().
     ///
-    /// One request ends one runEventLoop(). A further one finds nobody and keeps trying while the program goes
-    /// down, and after its 20 s ends the process with status 1, whatever the program is doing then: so make one
-    /// request only, or be down sooner. (With uClibc-ng the process then does not end before the exit handlers that
-    /// are running are through.) Do not join a thread that may be inside exit(): detach it, and return
-    /// from main. Once the application has been destroyed, exit() returns without effect.
+    /// One request ends one runEventLoop(). A further one finds no loop and keeps trying while the program goes
+    /// down. After its 20 s it calls `std::exit(1)`, so make one request only, or be down sooner. If the program is
+    /// inside `std::exit` already, C leaves the effect undefined: glibc 2.36 and musl 1.2.3 run the remaining exit
+    /// handlers and end the process with status 1; newer glibc and uClibc-ng wait for the first call. Of several
+    /// requests that give up, one calls `std::exit` and the others wait for the end of the process.
+    ///
+    /// Do not join a thread that may be inside exit(): detach it, and return from main. Do not call exit() from exit
+    /// handlers and destructors of static objects: before the application is destroyed, such a call has no loop to
+    /// find, so it takes 20 s and then calls `std::exit` a second time. Once the application has been destroyed, or on
+    /// the thread that has given up, exit() returns at once and without effect.
     void exit(int code);
 
     /// Whether SIGINT or SIGTERM has come; already true when runEventLoop() returns because of one. Set by the

@@ -1,13 +1,8 @@
 #include "application/ApplicationImpl.hpp"
 
 #include "application/LoopQueue.hpp"
-#include "application/RecordGate.hpp"
-#include "application/TerminationSignals.hpp"
 
 #include <brindle/Option.hpp>
-#include <brindle/threads/ScopedLock.hpp>
-
-#include <unistd.h>
 
 namespace brindle {
 
@@ -22,31 +17,6 @@ Application::ApplicationImpl::ApplicationImpl()
     mutex.reset(new pthread_mutex_t);
     condVar.reset(new threads::CondVar);
     LoopQueue::makeRoom(*condVar); // or the event loop would allocate with the mutex held
-}
-
-Application::ApplicationImpl::~ApplicationImpl()
-{
-    recordGate.close();
-    while (isInUse()) {
-        // A sleep, not a yield: a real-time thread that yields still keeps lower ones off the processor. If a signal
-        // cuts it short, the next look comes earlier.
-        usleep(1000);
-    }
-    delete[] optionTable;
-    mutex.clean();
-    condVar.clean();
-}
-
-// A loop that sleeps in its wait is inside the gate but uses nothing: it touches the record again only when
-// it is released, and once the gate is closed and everybody else has left, nobody can release it.
-bool Application::ApplicationImpl::isInUse() const
-{
-    if (recordGate.inside() == 0) {
-        return false; // nor is there always a mutex to lock: init() may never have been called
-    }
-    const TerminationSignalsBlocked blocked;
-    const threads::ScopedLock lock(mutex.get());
-    return recordGate.inside() != LoopQueue::waiting(*condVar);
 }
 
 void Application::ApplicationImpl::cleanApr()

@@ -47,6 +47,7 @@ public:
 private:
     ApplicationImpl();
 
+    BRINDLE_INTERNAL static void requestExitForSignal(int signum);
     BRINDLE_INTERNAL bool isInUse() const;
 };
 

@@ -21,8 +21,8 @@ ssize_t readOwnLink(std::string& target)
 
 std::string reportUnknownLocation(int error)
 {
-    complain("Failed to determine location of this binary, is /proc mounted?");
-    complain("Error was: ", std::strerror(error));
+    printError("Failed to determine location of this binary, is /proc mounted?");
+    printError("Error was: ", std::strerror(error));
     return "";
 }
 

@@ -21,7 +21,7 @@ apr_status_t startApr(int* argumentCount, const char* const* arguments, apr_pool
 int reportFailedStart(apr_status_t status)
 {
     char text[80];
-    complain("Error when initializing application. ", apr_strerror(status, text, sizeof text));
+    printError("Error when initializing application. ", apr_strerror(status, text, sizeof text));
     return status;
 }
 
@@ -45,7 +45,7 @@ int Application::init(int* argumentCount, char** arguments, std::vector<Option*>
     const int notRegistered = std::atexit(ApplicationImpl::cleanApr);
     if (notRegistered != 0) {
         apr_terminate();
-        complain("INTERNAL ERROR! Unable to register APR cleaning operations.");
+        printError("INTERNAL ERROR! Unable to register APR cleaning operations.");
         return notRegistered;
     }
     registerForkHandlers();

@@ -1,12 +1,15 @@
 #include "application/Diagnostics.hpp"
 
+#include <cstdio>
 #include <iostream>
 
 namespace brindle {
 
-void complain(const char* what, const char* detail)
+void printError(const char* what, const char* detail)
 {
-    std::cerr << what << detail << std::endl;
+    char line[256];
+    std::snprintf(line, sizeof line, "%s%s\n", what, detail);
+    std::cerr << line << std::flush;
 }
 
 }

@@ -3,7 +3,7 @@
 #include "application/ApplicationImpl.hpp"
 #include "application/LoopQueue.hpp"
 #include "application/RecordGate.hpp"
-#include "application/TerminationSignals.hpp"
+#include "application/SignalMask.hpp"
 
 #include <pthread.h>
 
@@ -18,12 +18,12 @@ thread_local sigset_t maskOutsideTheFork;
 // been interrupted by the handler, which waits for the mutex.
 void beforeFork()
 {
-    blockTerminationSignals(&maskOutsideTheFork);
+    blockSignals(terminationSignals(), &maskOutsideTheFork);
 }
 
 void afterForkInParent()
 {
-    restoreTerminationSignals(maskOutsideTheFork);
+    unblockSignals(terminationSignals(), maskOutsideTheFork);
 }
 
 void afterForkInChild()
@@ -35,7 +35,7 @@ void afterForkInChild()
         pthread_mutex_init(record.mutex.get(), nullptr);
         LoopQueue::forgetWaiters(*record.condVar);
     }
-    restoreTerminationSignals(maskOutsideTheFork);
+    unblockSignals(terminationSignals(), maskOutsideTheFork);
 }
 
 }

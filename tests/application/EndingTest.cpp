@@ -34,7 +34,11 @@ std::size_t happened = 0;
 int steps = 0, signals = 0, signalsBeforeLock = 0, pauses = 0, codeAtUnlock = 0, codeForTheLoop = 0;
 pthread_mutex_t* applicationMutex = nullptr;
 thread_local int handlers = 0, holding = 0; // running on this thread; whether it holds the mutex
+thread_local int codeAskedFor = 0;          // by the request that runs on this thread, if one does
 bool inLoop = false, inForkedChild = false, mayNap = true, mayLock = true;
+bool triesOnce = false;                                     // a request gives up after its first attempt
+bool childHasTakenSignal = false, childRunsItsLoop = false; // that of a fork
+struct FoundNoLoop {};                                      // thrown by a request that gives up
 std::atomic<pthread_t> helper = {};
 std::atomic<Happening> deed = nullptr;                                                            // for the main thread
 std::atomic<int> mainIsBusy{}, mainWaits{}, naps{}, exiting{}, recordIsGone{}, helperIsThrough{}; // 0, or true
@@ -108,6 +112,33 @@ bool masked(bool both)
     return isBlocked(SIGINT) == both && isBlocked(SIGTERM) == both && isBlocked(SIGUSR2);
 }
 
+// A handler of the program's for SIGUSR1 may stop its thread and wait; one for SIGSEGV must run wherever it is raised.
+bool maskIsThatOfAHolder()
+{
+    return masked(true) && isBlocked(SIGUSR1) && !isBlocked(SIGSEGV);
+}
+
+bool maskIsTheThreadsOwn()
+{
+    return masked(false) && !isBlocked(SIGUSR1);
+}
+
+// Whether the first attempt releases a loop.
+bool tryExit(int code)
+{
+    codeAskedFor = code;
+    triesOnce = true;
+    bool released = true;
+    try {
+        Application::app().exit(code);
+    } catch (const FoundNoLoop&) {
+        released = false;
+    }
+    triesOnce = false;
+    codeAskedFor = 0;
+    return released;
+}
+
 }
 
 extern "C" {
@@ -129,7 +160,7 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
         return real(mutex);
     }
     step(Call::LOCK);
-    demand(masked(true) && holding == 0, "who locks has both signals blocked, and does not wait for himself");
+    demand(maskIsThatOfAHolder() && holding == 0, "who locks has the signals blocked, and does not wait for himself");
     demand(isHelper() || (mayLock && (!exiting || handlers == 0)), "the end closes the gate, and looks who is inside");
     if (pthread_mutex_trylock(mutex) != 0) {
         mainWaits = !isHelper();
@@ -137,7 +168,8 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
         mainWaits = false;
     }
     demand(Record::impl().exitCode == codeAtUnlock, "a code is stored with the mutex held");
-    demand(!inForkedChild || LoopQueue::waiting(*Record::impl().condVar) == 0, "the child of a fork has no queue");
+    demand(!inForkedChild || childRunsItsLoop || LoopQueue::waiting(*Record::impl().condVar) == 0,
+           "the child of a fork has no queue");
     holding = 1;
     allocations::untilFailure = 1; // the holder does not allocate
     signalsBeforeLock = isHelper() && handlers == 0 ? signals : signalsBeforeLock;
@@ -151,9 +183,11 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
         return real(mutex);
     }
     step(Call::UNLOCK);
-    demand(masked(true) && holding == 1, "who unlocks has both signals blocked, and the mutex");
+    demand(maskIsThatOfAHolder() && holding == 1, "who unlocks has the signals blocked, and the mutex");
     demand(handlers == 0 || Application::HasApplicationTerminated, "the flag is set before the loop can return");
     codeAtUnlock = Record::impl().exitCode;
+    demand(codeAskedFor == 0 || codeAtUnlock == codeAskedFor,
+           "a request stores its code, whether or not it finds a loop");
     codeForTheLoop = handlers == 0 && isHelper() ? codeAtUnlock : codeForTheLoop;
     allocations::untilFailure = 0;
     holding = 0;
@@ -175,9 +209,9 @@ int sem_wait(sem_t* semaphore)
     int tokens = 0;
     sem_getvalue(semaphore, &tokens);
     if (tokens == 0) {
-        demand(masked(false), "who sleeps has the mask that he came with");
+        demand(maskIsTheThreadsOwn(), "who sleeps has the mask that he came with");
         const int before = signalsBeforeLock;
-        const bool released = signals == before && Record::tryExit(7);
+        const bool released = (childRunsItsLoop || signals == before) && tryExit(7);
         sem_getvalue(semaphore, &tokens);
         tokens == 0 && exiting ? stay() : void(); // nobody can release it any more
         demand(tokens == 1 && (released || signals > before), "no request is lost");
@@ -195,6 +229,9 @@ int usleep(useconds_t time)
 int clock_nanosleep(clockid_t, int, const timespec*, timespec*)
 {
     step();
+    if (triesOnce) {
+        throw FoundNoLoop();
+    }
     return recordIsGone ? 0 : (stay(), 0); // and exit() must not ask again and again
 }
 
@@ -209,9 +246,13 @@ namespace {
 void handle(int signal)
 {
     ++handlers;
+    demand(!inForkedChild || Application::HasApplicationTerminated, "the child of a fork keeps the flag");
+    childHasTakenSignal = inForkedChild;
+    const int interruptedCode = std::exchange(codeAskedFor, signal + 130);
     const int interrupted = std::exchange(errno, 4711);
     Record::application_exit_signal(signal);
     demand(std::exchange(errno, interrupted) == 4711, "the interrupted code keeps its errno");
+    codeAskedFor = interruptedCode;
     demand(isBlocked(signal), "what was blocked before is blocked after");
     --handlers;
 }
@@ -228,7 +269,7 @@ void afterForkInChild()
     alarm(SECONDS_TO_A_HANG);
     inForkedChild = true;
     codeAtUnlock = Record::impl().exitCode;
-    Application::HasApplicationTerminated = false;
+    Application::HasApplicationTerminated = true;
     raise(SIGINT);
 }
 
@@ -236,11 +277,13 @@ void forkHere()
 {
     const pid_t child = fork();
     if (child == 0) {
-        demand(Application::HasApplicationTerminated && masked(false), "the child of a fork takes signals");
+        demand(childHasTakenSignal && maskIsTheThreadsOwn(), "the child of a fork takes signals");
+        childRunsItsLoop = !exiting;
+        demand(exiting || Application::app().runEventLoop() == 7, "the child of a fork can run a loop");
         recordIsGone ? _exit(ENDED) : std::exit(EXIT_SUCCESS);
     }
     int status = -1;
-    demand(waitpid(child, &status, 0) == child && masked(false), "the parent keeps its own mask");
+    demand(waitpid(child, &status, 0) == child && maskIsTheThreadsOwn(), "the parent keeps its own mask");
     demand(status == ENDED << 8, "the child of a fork can end");
 }
 
@@ -289,7 +332,7 @@ void loop()
         helper = pthread_self();
         step();
         road();
-        demand(masked(false), "everybody leaves with the mask that he came with");
+        demand(maskIsTheThreadsOwn(), "everybody leaves with the mask that he came with");
         nextCall = Call::OTHER;
         stay();
     }).detach();
@@ -301,7 +344,10 @@ void loop()
 }
 
 constexpr Happening interruptMain = [] { letMain(interrupt); }, end = [] { letMain(endProcess); },
-                    forkMeanwhile = [] { letMain(forkHere); }, request = [] { Application::app().exit(5); };
+                    forkMeanwhile = [] { letMain(forkHere); }, request = [] {
+                        codeAskedFor = 5;
+                        Application::app().exit(5);
+                    };
 
 }
 

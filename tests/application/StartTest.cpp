@@ -4,10 +4,12 @@
 #include <brindle/Option.hpp>
 
 #include <apr_getopt.h>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <ctime>
 #include <iostream>
+#include <thread>
 #include <unistd.h>
 #include <wordexp.h>
 
@@ -19,7 +21,8 @@ namespace {
 // Of the calls that init() makes, the one that counts down to 0 fails. The parser pretends any status but 0.
 int callsToFailure = 0, parserStatus = APR_SUCCESS;
 std::string executable = "/usr/local/bin/demo"; // empty: cannot be read
-long now = 0;                                   // milliseconds of a clock on which nobody has to wait
+std::atomic<bool> waitsForTheEnd = false;
+long now = 0; // milliseconds of a clock on which nobody has to wait
 
 struct RefusesBad : Option {
     using Option::Option;
@@ -131,6 +134,12 @@ int clock_nanosleep(clockid_t clock, int flags, const timespec* end, timespec*)
     return !valid ? EINVAL : now % 200 == 50 ? EINTR : 0;
 }
 
+int pause()
+{
+    waitsForTheEnd = true;
+    return REAL_CALL(pause)();
+}
+
 TEST(Init, ReportsTheStepThatFailedAndInstallsNoHandlerThen)
 {
     for (const int call : {1, 3, 4}) {
@@ -142,11 +151,22 @@ TEST(Init, ReportsTheStepThatFailedAndInstallsNoHandlerThen)
 }
 
 // How requests and signals end a waiting loop is shown elsewhere.
-TEST(ExitRequest, EndsTheProcessAfterAHundredAttempts)
+TEST(ExitRequest, EndsTheProcessOnceWhereTwoThreadsGiveUpAfterAHundredAttempts)
 {
     const char* const message = "Tried to exit cleanly, but we could never exit the event loop. Please speak to the "
-                                "maintainer. Force exit!\nAPR ends after 20000 ms\n";
-    expectEnd(1, message, [] { return Application::app().exit(start("-a")), 0; });
+                                "maintainer. Force exit!\nAPR ends after 40000 ms\n";
+    expectEnd(1, message, [] {
+        start("-a");
+        std::atexit([] {
+            Application::app().exit(2); // returns at once on the thread that ends the process
+            std::thread([] { Application::app().exit(3); }).detach();
+            while (!waitsForTheEnd) {
+                std::this_thread::yield();
+            }
+        });
+        Application::app().exit(4);
+        return 0;
+    });
 }
 
 TEST(CommandLine, IsTakenWordByWord)

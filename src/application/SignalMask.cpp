@@ -1,0 +1,42 @@
+#include "application/SignalMask.hpp"
+
+#include <initializer_list>
+
+namespace brindle {
+
+sigset_t terminationSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+sigset_t asynchronousSignals()
+{
+    sigset_t signals;
+    sigfillset(&signals); // leaves out the C library's own
+    for (const int raisedByAnInstruction : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS}) {
+        sigdelset(&signals, raisedByAnInstruction);
+    }
+    return signals;
+}
+
+void blockSignals(const sigset_t& signals, sigset_t* previous)
+{
+    pthread_sigmask(SIG_BLOCK, &signals, previous);
+}
+
+void unblockSignals(const sigset_t& signals, const sigset_t& previous)
+{
+    sigset_t blockedHere = signals;
+    for (int signal = 1; signal < NSIG; ++signal) {
+        if (sigismember(&previous, signal) == 1) {
+            sigdelset(&blockedHere, signal);
+        }
+    }
+    pthread_sigmask(SIG_UNBLOCK, &blockedHere, nullptr);
+}
+
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <csignal>
+
+namespace brindle {
+
+/// SIGINT and SIGTERM.
+sigset_t terminationSignals();
+
+/// Every signal that a thread can postpone: all but those that the C library keeps for itself, and those that an
+/// instruction of the thread raises, which are fatal while they are blocked.
+sigset_t asynchronousSignals();
+
+/// Blocks @p signals in the calling thread; @p previous receives the mask that it had.
+void blockSignals(const sigset_t& signals, sigset_t* previous);
+
+/// Unblocks those of @p signals that @p previous does not block.
+///
+/// Setting the whole mask instead would unblock musl's internal signal 32, which `pthread_sigmask` does not report, and
+/// kill the process in a timer callback.
+void unblockSignals(const sigset_t& signals, const sigset_t& previous);
+
+/// Blocks the asynchronous signals in the calling thread until the end of the scope.
+///
+/// The holder of the application mutex needs this: a handler that interrupts it could wait for the mutex, as the
+/// library's handler does, or for something that only another thread provides, and that thread may wait for the mutex.
+class SignalsBlocked {
+public:
+    SignalsBlocked() { block(); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+    ~SignalsBlocked() { unblock(); }
+
+    /// For a thread that sleeps inside the scope: unblock() before the sleep, block() after it.
+    void unblock() { unblockSignals(asynchronousSignals(), previous); }
+    void block() { blockSignals(asynchronousSignals(), &previous); }
+
+private:
+    sigset_t previous; // the thread's mask outside the scope
+};
+
+}
