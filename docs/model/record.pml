@@ -15,7 +15,12 @@
 #define A_CODE 42 // what the program calls exit with
 
 // What a thread keeps on its stack. In the code each scope has its own; here they follow one another.
-#define LOCALS bool pass; bool released; bool inUse; bool returned; byte previous; byte attempt
+#if defined WITHOUT_LEAVING_IN_ONE_STEP || defined WITHOUT_CLOSING_IN_ONE_STEP
+#define INSIDE byte inside;
+#else
+#define INSIDE
+#endif
+#define LOCALS INSIDE bool pass; bool released; bool inUse; bool returned; byte previous; byte attempt
 
 byte ownMask[THREADS] = OWN_MASKS; // the signals that the program blocks in a thread
 byte mask[THREADS] = OWN_MASKS;    // those that are blocked now
@@ -120,7 +125,16 @@ inline enterGate()
 inline leaveGate()
 {
 #ifndef WITHOUT_COUNTING_WHO_IS_INSIDE
+#ifndef WITHOUT_LEAVING_IN_ONE_STEP // to read how many are inside and to write one less is one step
     d_step { gateInside = gateInside - pass; pass = false }
+#else
+    if
+    :: pass ->
+        inside = gateInside;
+        d_step { gateInside = inside - 1; pass = false }
+    :: !pass
+    fi
+#endif
 #else
     pass = false
 #endif
@@ -465,7 +479,12 @@ inline destroyRecord()
 {
 #ifndef WITHOUT_CLOSING_THE_GATE // the destructor closes the gate
 #ifndef WITHOUT_CLOSING_BEFORE_LOOKING // the destructor closes the gate before it first looks
+#ifndef WITHOUT_CLOSING_IN_ONE_STEP // to read how many are inside and to write that with the closed bit is one step
     gateClosed = true;
+#else
+    inside = gateInside;
+    d_step { gateInside = inside; gateClosed = true }
+#endif
 #endif
 #endif
 #ifndef WITHOUT_WAITING_FOR_THOSE_INSIDE // the destructor waits for those who are inside

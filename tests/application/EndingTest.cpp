@@ -222,6 +222,9 @@ int sem_wait(sem_t* semaphore)
 int usleep(useconds_t time)
 {
     demand(mayNap, "the end waits for nobody who is outside or asleep");
+    int cancellation = PTHREAD_CANCEL_ENABLE;
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellation);
+    demand(cancellation == PTHREAD_CANCEL_DISABLE, "the thread that ends the process cannot be cancelled");
     ++naps;
     return REAL_CALL(usleep)(time);
 }

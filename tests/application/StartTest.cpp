@@ -130,7 +130,7 @@ int clock_gettime(clockid_t clock, timespec* time) noexcept
 int clock_nanosleep(clockid_t clock, int flags, const timespec* end, timespec*)
 {
     const bool valid = clock == CLOCK_MONOTONIC && flags == TIMER_ABSTIME && end->tv_nsec < 1'000'000'000;
-    now = now % 200 == 0 ? now + 50 : end->tv_sec * 1000 + end->tv_nsec / 1'000'000;
+    now = now % 200 == 0 ? now + 50 : static_cast<long>(end->tv_sec) * 1000 + end->tv_nsec / 1'000'000;
     return !valid ? EINVAL : now % 200 == 50 ? EINTR : 0;
 }
 
