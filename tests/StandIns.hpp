@@ -2,6 +2,7 @@
 
 // What the test programs share. Included by one source of a program only, since it replaces `operator new`.
 
+#include <algorithm>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -24,7 +25,8 @@ inline unsigned stressChildren()
 /// What `operator new` does in a test program; each thread has its own.
 namespace allocations {
 
-inline thread_local int untilFailure = 0; // 1: the next one fails; 0: none does
+inline thread_local int untilFailure = 0;    // 1: the next one fails; 0: none does
+inline thread_local std::size_t largest = 0; // that was asked for, in bytes
 
 /// Fails the first allocation that `operation` makes, then the second, and so on until it gets through. Each time it
 /// must report that to its caller; `afterFailure` checks what it left behind. What it leaked, a sanitizer tells.
@@ -51,6 +53,7 @@ void* operator new(std::size_t size)
 {
     const char* const name = sizeof size == sizeof(long long) ? "_Znwm" : "_Znwj";
     static const auto hidden = reinterpret_cast<void* (*)(std::size_t)>(dlsym(RTLD_NEXT, name));
+    allocations::largest = std::max(allocations::largest, size);
     const bool fails = allocations::untilFailure > 0 && --allocations::untilFailure == 0;
     return fails ? throw std::bad_alloc() : hidden(size);
 }

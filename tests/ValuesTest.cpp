@@ -139,6 +139,7 @@ TEST(Configuration, IsAsItWasWhenMemoryRunsOutAndAnswersNothingAfterAFailure)
     EXPECT_EQ(value + " 2", answers(other));
     EXPECT_FALSE(other.readCfgFile("/proc/self/nothing-of-this-name"));
     EXPECT_EQ("- -", answers(other));
+    allocations::failEach([&] { other = configuration; }, [&] { EXPECT_FALSE(other.isValid()); });
     EXPECT_FALSE((configuration = Configuration()).isValid());
 }
 
@@ -170,6 +171,10 @@ TEST(Version, ReadsALevelFromEachPieceOrNamesTheOneThatItCannotRead)
         EXPECT_EQ(error, errno) << text;
     }
     allocations::failEach([] { Version("1.2.00000000000000000000000000000003"); }, [] {});
+    const std::string manyDots = "x" + std::string(100'000, '.');
+    allocations::largest = 0;
+    EXPECT_THROW(static_cast<void>(Version(manyDots)), std::runtime_error);
+    EXPECT_LE(allocations::largest, 3 * manyDots.size()); // the message has copies, but there is no room for 100,001 levels
 }
 
 // All of up to four levels from 0 to 2, beside the levels as a text that goes on with zeros.

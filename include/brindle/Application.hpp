@@ -16,8 +16,8 @@ class Option;
 ///   printHelp() and runEventLoop(). Any thread may call app(), exit(), appPath() and appPrefix(), and read
 ///   HasApplicationTerminated.
 /// - Blocking: runEventLoop() until an exit request; exit() until the loop has taken it, at most about 20 s.
-/// - Errors: statuses, as each function says. Messages are whole lines on standard error. Nothing but
-///   `std::bad_alloc` is thrown.
+/// - Errors: statuses, as each function says. Messages are whole lines on standard error. Only `std::bad_alloc` is
+///   thrown, and what `std::cout` and `std::cerr` throw if the program has set their `exceptions()`.
 /// - Signals: from init() on, SIGINT and SIGTERM end the event loop. They may come at any time, together, again
 ///   and again, aimed at the process or at one thread: none is lost while the loop waits, none causes a hang,
 ///   and the interrupted code keeps its `errno`. One that comes while no loop waits only sets
@@ -74,23 +74,26 @@ public:
     ~Application();
 
     /// Starts APR, prepares the parser, and installs the handlers of SIGINT and SIGTERM, also where the program
-    /// was started with these ignored. Call it once, before any other thread exists that uses the application.
+    /// was started with these ignored. Call it once, before any other thread exists that uses the application. The
+    /// child of a fork may call it again.
     ///
     /// @param argumentCount  main's argc, by address.
     /// @param arguments      main's argv; not copied, not changed. It stays as it is to the last parseArg().
     /// @param options        the options to parse and to show in the help, none of them null. See Option for
     ///                       how long they must live. Null: nothing is parsed.
     /// @return 0, or what the failed step returned: an APR status, or a non-zero `atexit` result. One line on
-    ///         standard error has named it then, no handler is installed, and the program should end.
+    ///         standard error has named it then, no handler is installed, parseArg() returns −1, and the program
+    ///         should end.
     int init(int* argumentCount, char** arguments, std::vector<Option*>* options);
 
     /// Takes the next option from the command line: marks it set, stores its argument, calls its
-    /// Option::handleOption().
+    /// Option::handleOption(). After a `std::bad_alloc` of its own nothing has changed, and the next call takes the
+    /// same option.
     ///
     /// @return
     ///         - what handleOption() returned; 0 means: go on;
     ///         - −1 when no option is left: the words are used up, the next one is an operand, or it is "--";
-    ///           also when init() was given no list;
+    ///           also when init() was given no list, or failed;
     ///         - 1 when the next word is wrong: it is unknown, or a bare "-", or an argument is missing or not
     ///           wanted. The parser has said so on standard error, and no option was touched;
     ///         - any other APR status below APR_BADCH (70012), should the parser ever return one.
@@ -104,7 +107,7 @@ public:
     int parseArg();
 
     /// Writes the usage text, one row per option in the order of the list, to standard output, or to standard
-    /// error if @p error. Leaves the stream's adjustment at left.
+    /// error if @p error. Leaves the stream's adjustment at left and its width at 0.
     ///
     /// @return what main may return: 2 if @p error, else 0.
     int printHelp(bool error);
@@ -115,8 +118,9 @@ public:
     /// What stands below the option rows. Copied.
     void setAfterword(const std::string& text);
 
-    /// The full path of the running executable, of any length, from /proc/self/exe (see proc(5)); empty,
-    /// after two lines on standard error, if that cannot be read. Needs no init().
+    /// The full path of the running executable, from /proc/self/exe (see proc(5)); empty, after two lines on
+    /// standard error, if that cannot be read. Linux fails with ENAMETOOLONG for a path that does not fit a page (4,096
+    /// bytes on most machines). Needs no init().
     std::string appPath() const;
 
     /// The part of appPath() in front of its first component equal to @p name, slashes in which do not count:
@@ -161,9 +165,9 @@ public:
     void exit(int code);
 
     /// Whether SIGINT or SIGTERM has come; already true when runEventLoop() returns because of one. Set by the
-    /// signal handler only, never by exit(). To be read as a bool; its type is an int, because that is lock-free on
-    /// every machine, as an atomic of one byte is not.
-    static std::atomic<int> HasApplicationTerminated;
+    /// signal handler only, never by exit(). It has the size and layout of a `bool`, and to load or store it takes no
+    /// lock on any machine.
+    static std::atomic<bool> HasApplicationTerminated;
 
 private:
     Application();

@@ -49,8 +49,9 @@ public:
     ///                       default is to follow.
     Option(std::string longName, int code, bool takesArgument, std::string helpText);
 
-    Option(const Option&) = delete;
-    Option& operator=(const Option&) = delete;
+    /// A copy has all that was set and parsed; init() knows only the options in its list.
+    Option(const Option&) = default;
+    Option& operator=(const Option&) = delete; // it would leave "was set" in doubt
 
     /// Called by Application::parseArg() for every occurrence on the command line, after isSet() and
     /// argument() have been brought up to date. The result becomes that of parseArg(): 0 to go on, 1 for a

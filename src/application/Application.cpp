@@ -2,7 +2,8 @@
 
 namespace brindle {
 
-std::atomic<int> Application::HasApplicationTerminated = 0;
+// On alpha a store of one byte rewrites the aligned eight bytes around it, so nothing else that changes may lie there.
+alignas(8) std::atomic<bool> Application::HasApplicationTerminated = false;
 
 Application& Application::app()
 {

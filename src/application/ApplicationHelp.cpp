@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <iomanip>
 #include <iostream>
 
 namespace brindle {
@@ -13,6 +12,12 @@ namespace {
 
 constexpr int LAST_SHORT_CODE = 255;
 constexpr int STATUS_OF_BAD_USAGE = 2;
+
+std::string fileName(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
 
 std::string leftColumn(int shortOption, const std::string& name)
 {
@@ -32,17 +37,19 @@ std::string leftColumn(int shortOption, const std::string& name)
 int Application::printHelp(bool error)
 {
     std::ostream& stream = error ? std::cerr : std::cout;
-    const std::string path = appPath();
-    const char* const programName = path.c_str() + path.rfind('/') + 1; // npos + 1 is 0: the whole path
-    stream << "Usage: " << programName << " " << foreword << std::endl << std::endl;
+    stream << "Usage: " << fileName(appPath()) << " " << foreword << std::endl << std::endl;
     if (appImpl.optionList != nullptr) {
         std::size_t width = 0;
         for (const Option* option : *appImpl.optionList) {
             width = std::max(width, leftColumn(option->shortOption, option->name).size());
         }
         for (const Option* option : *appImpl.optionList) {
-            stream << "  " << std::left << std::setw(static_cast<int>(width))
-                   << leftColumn(option->shortOption, option->name) << "  " << option->description << std::endl;
+            const std::string column = leftColumn(option->shortOption, option->name);
+            stream << "  " << std::left;
+            stream.width(static_cast<std::streamsize>(width));
+            stream << column;
+            stream.width(0); // a stream that has failed keeps its width
+            stream << "  " << option->description << std::endl;
         }
     }
     stream << std::endl << afterword << std::endl;

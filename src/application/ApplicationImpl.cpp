@@ -24,6 +24,14 @@ void Application::ApplicationImpl::cleanApr()
     apr_terminate();
 }
 
+void Application::ApplicationImpl::forgetParser()
+{
+    getoptState = nullptr;
+    optionList = nullptr;
+    delete[] optionTable;
+    optionTable = nullptr;
+}
+
 apr_status_t Application::ApplicationImpl::prepareParser(int count, char** words, std::vector<Option*>& options)
 {
     optionList = &options;

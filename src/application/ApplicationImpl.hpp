@@ -23,8 +23,8 @@ public:
     /// The exit handler that init() registers: ends the process's use of APR.
     static void cleanApr();
 
-    /// One exit request. True if it released the loop, or if the record is gone and nobody is left to ask.
-    static bool tryExit(int code);
+    /// One exit request. True if it released the loop, or if the record is gone and no loop can be released.
+    BRINDLE_INTERNAL static bool tryExit(int code);
 
     /// The handler of SIGINT and SIGTERM: one exit request with the signal's number plus 130.
     static void application_exit_signal(int signum);
@@ -32,6 +32,9 @@ public:
     ApplicationImpl(const ApplicationImpl&) = delete;
     ApplicationImpl& operator=(const ApplicationImpl&) = delete;
     ~ApplicationImpl();
+
+    /// Releases the option table, and leaves no parser.
+    BRINDLE_INTERNAL void forgetParser();
 
     /// Makes the option table and the parser.
     BRINDLE_INTERNAL apr_status_t prepareParser(int count, char** words, std::vector<Option*>& options);

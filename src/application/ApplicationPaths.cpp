@@ -1,10 +1,10 @@
 #include <brindle/Application.hpp>
 
 #include "application/Diagnostics.hpp"
+#include "utility/SystemErrorText.hpp"
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <string_view>
 #include <unistd.h>
 
@@ -22,7 +22,7 @@ ssize_t readOwnLink(std::string& target)
 std::string reportUnknownLocation(int error)
 {
     printError("Failed to determine location of this binary, is /proc mounted?");
-    printError("Error was: ", std::strerror(error));
+    printError("Error was: ", utility::systemErrorText(error).c_str());
     return "";
 }
 

@@ -25,33 +25,43 @@ int reportFailedStart(apr_status_t status)
     return status;
 }
 
-}
-
-int Application::init(int* argumentCount, char** arguments, std::vector<Option*>* options)
+int start(Application::ApplicationImpl& record, int* argumentCount, char** arguments, std::vector<Option*>* options)
 {
-    argc = argumentCount;
-    argv = arguments;
-    apr_status_t status = startApr(argc, argv, &appImpl.pool);
+    apr_status_t status = startApr(argumentCount, arguments, &record.pool);
     if (status != APR_SUCCESS) {
         return reportFailedStart(status);
     }
-    pthread_mutex_init(appImpl.mutex.get(), nullptr);
+    pthread_mutex_init(record.mutex.get(), nullptr);
     if (options != nullptr) {
-        status = appImpl.prepareParser(*argc, argv, *options);
+        status = record.prepareParser(*argumentCount, arguments, *options);
         if (status != APR_SUCCESS) {
             return reportFailedStart(status);
         }
     }
-    const int notRegistered = std::atexit(ApplicationImpl::cleanApr);
+    const int notRegistered = std::atexit(Application::ApplicationImpl::cleanApr);
     if (notRegistered != 0) {
         apr_terminate();
         printError("INTERNAL ERROR! Unable to register APR cleaning operations.");
         return notRegistered;
     }
     registerForkHandlers();
-    std::signal(SIGINT, ApplicationImpl::application_exit_signal);
-    std::signal(SIGTERM, ApplicationImpl::application_exit_signal);
+    std::signal(SIGINT, Application::ApplicationImpl::application_exit_signal);
+    std::signal(SIGTERM, Application::ApplicationImpl::application_exit_signal);
     return 0;
+}
+
+}
+
+int Application::init(int* argumentCount, char** arguments, std::vector<Option*>* options)
+{
+    argc = argumentCount;
+    argv = arguments;
+    appImpl.forgetParser(); // that of an earlier init()
+    const int result = start(appImpl, argumentCount, arguments, options);
+    if (result != 0) {
+        appImpl.getoptState = nullptr; // its pool may be gone
+    }
+    return result;
 }
 
 }

@@ -9,7 +9,7 @@ void printError(const char* what, const char* detail)
 {
     char line[256];
     std::snprintf(line, sizeof line, "%s%s\n", what, detail);
-    std::cerr << line << std::flush;
+    std::cerr << line; // which flushes each text
 }
 
 }

@@ -42,8 +42,12 @@ void afterForkInChild()
 
 void registerForkHandlers()
 {
-    // It can only fail for want of memory; a program that does not fork then misses nothing.
-    pthread_atfork(beforeFork, afterForkInParent, afterForkInChild);
+    // Once: a second beforeFork() would save the mask that the first has made. It can only fail for want of memory; a
+    // program that does not fork then misses nothing.
+    static bool registered = false;
+    if (!registered) {
+        registered = pthread_atfork(beforeFork, afterForkInParent, afterForkInChild) == 0;
+    }
 }
 
 }

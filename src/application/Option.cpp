@@ -33,8 +33,11 @@ std::string Option::argument() const
 
 void Option::setDefault(std::string value)
 {
+    std::string withDefault = description; // first, since this may fail
+    withDefault += "Default: ";
+    withDefault.append(value.data(), value.size());
     argumentText = std::move(value);
-    description += "Default: " + argumentText;
+    description = std::move(withDefault);
 }
 
 }

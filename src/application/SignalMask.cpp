@@ -4,7 +4,7 @@
 
 namespace brindle {
 
-sigset_t terminationSignals()
+sigset_t terminationSignals() noexcept
 {
     sigset_t signals;
     sigemptyset(&signals);
@@ -13,7 +13,7 @@ sigset_t terminationSignals()
     return signals;
 }
 
-sigset_t asynchronousSignals()
+sigset_t asynchronousSignals() noexcept
 {
     sigset_t signals;
     sigfillset(&signals); // leaves out the C library's own
@@ -23,12 +23,12 @@ sigset_t asynchronousSignals()
     return signals;
 }
 
-void blockSignals(const sigset_t& signals, sigset_t* previous)
+void blockSignals(const sigset_t& signals, sigset_t* previous) noexcept
 {
     pthread_sigmask(SIG_BLOCK, &signals, previous);
 }
 
-void unblockSignals(const sigset_t& signals, const sigset_t& previous)
+void unblockSignals(const sigset_t& signals, const sigset_t& previous) noexcept
 {
     sigset_t blockedHere = signals;
     for (int signal = 1; signal < NSIG; ++signal) {

@@ -5,20 +5,20 @@
 namespace brindle {
 
 /// SIGINT and SIGTERM.
-sigset_t terminationSignals();
+sigset_t terminationSignals() noexcept;
 
 /// Every signal that a thread can postpone: all but those that the C library keeps for itself, and those that an
 /// instruction of the thread raises, which are fatal while they are blocked.
-sigset_t asynchronousSignals();
+sigset_t asynchronousSignals() noexcept;
 
 /// Blocks @p signals in the calling thread; @p previous receives the mask that it had.
-void blockSignals(const sigset_t& signals, sigset_t* previous);
+void blockSignals(const sigset_t& signals, sigset_t* previous) noexcept;
 
 /// Unblocks those of @p signals that @p previous does not block.
 ///
 /// Setting the whole mask instead would unblock musl's internal signal 32, which `pthread_sigmask` does not report, and
 /// kill the process in a timer callback.
-void unblockSignals(const sigset_t& signals, const sigset_t& previous);
+void unblockSignals(const sigset_t& signals, const sigset_t& previous) noexcept;
 
 /// Blocks the asynchronous signals in the calling thread until the end of the scope.
 ///

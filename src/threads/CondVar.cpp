@@ -1,6 +1,6 @@
 #include <brindle/threads/CondVar.hpp>
 
-#include <algorithm>
+#include <cstddef>
 #include <sched.h>
 
 namespace brindle::threads {
@@ -18,6 +18,40 @@ int priorityOfThisThread()
     policy &= ~RESET_ON_FORK;
     const bool realTime = policy == SCHED_FIFO || policy == SCHED_RR;
     return realTime ? param.sched_priority : 0;
+}
+
+// The heap is made here, not by the standard library, so that the order of equal waiters is the same everywhere. The
+// children of position i are at 2i + 1 and 2i + 2. No child has a higher priority than its parent.
+using Heap = std::vector<CondVar::WaitingCondition*>;
+
+// Stores the waiter at the hole, or above it: the waiter passes a parent only if the parent's priority is lower.
+void storeAtOrAbove(Heap& heap, std::size_t hole, CondVar::WaitingCondition* waiter)
+{
+    while (hole > 0) {
+        const std::size_t parent = (hole - 1) / 2;
+        if (!(*heap[parent] < *waiter)) {
+            break;
+        }
+        heap[hole] = heap[parent];
+        hole = parent;
+    }
+    heap[hole] = waiter;
+}
+
+// Moves the hole from the front down to a position without children among the first `size`. Each step takes the child of
+// the higher priority; of equal ones, the right.
+std::size_t moveHoleDown(Heap& heap, std::size_t size)
+{
+    std::size_t hole = 0;
+    while (2 * hole + 1 < size) {
+        const std::size_t left = 2 * hole + 1;
+        const std::size_t right = left + 1;
+        const bool takesRight = right < size && !(*heap[right] < *heap[left]);
+        const std::size_t child = takesRight ? right : left;
+        heap[hole] = heap[child];
+        hole = child;
+    }
+    return hole;
 }
 
 }
@@ -64,7 +98,7 @@ void CondVar::wait(pthread_mutex_t* mutex)
 void CondVar::enqueue(WaitingCondition& self)
 {
     waiters.push_back(&self);
-    std::push_heap(waiters.begin(), waiters.end(), WaitCondComparison());
+    storeAtOrAbove(waiters, waiters.size() - 1, &self);
     self.wait(); // the token that the semaphore was made with: the next wait() blocks
 }
 
@@ -80,8 +114,11 @@ bool CondVar::signal()
 void CondVar::releaseFirst()
 {
     waiters.front()->post();
-    std::pop_heap(waiters.begin(), waiters.end(), WaitCondComparison());
+    WaitingCondition* const last = waiters.back();
     waiters.pop_back();
+    if (!waiters.empty()) {
+        storeAtOrAbove(waiters, moveHoleDown(waiters, waiters.size()), last);
+    }
 }
 
 bool CondVar::broadcast()

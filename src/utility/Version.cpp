@@ -8,11 +8,17 @@
 
 namespace brindle::utility {
 
+namespace {
+
+constexpr std::size_t USUAL_LEVELS = 4;
+
+}
+
 // NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is the interface
 Version::Version(std::string text)
 {
     if (!text.empty()) {
-        levels.reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '.')) + 1);
+        levels.reserve(USUAL_LEVELS); // not one for each dot: the first level may be wrong already
     }
     constructorHelper_separateStringIntoVec(text, levels);
 }

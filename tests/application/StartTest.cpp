@@ -9,6 +9,7 @@
 #include <csignal>
 #include <ctime>
 #include <iostream>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <wordexp.h>
@@ -150,6 +151,36 @@ TEST(Init, ReportsTheStepThatFailedAndInstallsNoHandlerThen)
                   "", 4);
 }
 
+TEST(Init, LeavesNoParserInAPoolThatIsGone)
+{
+    const char* const message = "APR ends after 0 ms\nINTERNAL ERROR! Unable to register APR cleaning operations.\n";
+    expectEnd(0, message, [] {
+        Application& app = Application::app();
+        callsToFailure = 5; // atexit
+        start("-a");
+        return app.parseArg() == -1 ? 0 : 1;
+    });
+}
+
+TEST(Init, MayBeCalledAgainAndLeavesNoSignalBlockedAfterAFork)
+{
+    expectEnd(0, "", [] {
+        start("-a");
+        start("-a");
+        const pid_t child = fork();
+        sigset_t blocked = {};
+        pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+        const bool isSound = sigismember(&blocked, SIGINT) == 0 && Application::app().parseArg() == 0;
+        if (child == 0) {
+            _exit(isSound ? 0 : 1);
+        }
+        int status = -1;
+        waitpid(child, &status, 0);
+        std::cerr.setstate(std::ios::badbit); // so that APR's end is not told
+        return isSound && status == 0 ? 0 : 1;
+    });
+}
+
 // How requests and signals end a waiting loop is shown elsewhere.
 TEST(ExitRequest, EndsTheProcessOnceWhereTwoThreadsGiveUpAfterAHundredAttempts)
 {
@@ -182,6 +213,40 @@ TEST(CommandLine, IsTakenWordByWord)
     expectOutcome("0 1", "-l");
     expectOutcome("0 70011", "-a", 0, APR_BADCH - 1);
     expectOutcome("0 -1", "-a", 0, APR_EOF + 1);
+}
+
+TEST(CommandLine, IsUnchangedWhereMemoryRunsOut)
+{
+    expectEnd(0, "", [] {
+        start("-p 12345678901234567890");
+        allocations::untilFailure = 1;
+        EXPECT_THROW(Application::app().parseArg(), std::bad_alloc);
+        const bool wasUntouched = !port.isSet();
+        const bool isTakenAgain = Application::app().parseArg() == 0 && port.argument() == "12345678901234567890";
+        return wasUntouched && isTakenAgain ? 0 : 1;
+    });
+}
+
+TEST(Option, IsCopiedIntoAVectorAndNotHalfChangedWhereMemoryRunsOut)
+{
+    std::vector<Option> list;
+    list.emplace_back("port", 'p', true, "Port to listen on. ");
+    list.back().setDefault("80");
+    list.emplace_back("host", 'h', true, "");
+    EXPECT_EQ("80", list[0].argument());
+    allocations::untilFailure = 2; // the first is the copy of the value
+    EXPECT_THROW(list[0].setDefault("a port that is longer than any short string"), std::bad_alloc);
+    EXPECT_EQ("80", list[0].argument());
+}
+
+TEST(Help, LeavesTheWidthOfAFailedStreamAtZero)
+{
+    expectEnd(0, "", [] {
+        start("-a");
+        std::cerr.setstate(std::ios::badbit);
+        Application::app().printHelp(true);
+        return static_cast<int>(std::cerr.width());
+    });
 }
 
 TEST(Help, ShowsEveryOptionInOrderAsItsDescriptionIsNow)

@@ -1,9 +1,10 @@
 #!/bin/sh
-# shared_library.sh LIBRARY LIST SYMBOLS: fails unless the library exports just what the list says, and SYMBOLS, which has
-# since when for Debian's packages; is called libbrindle.so.1 in a file libbrindle.so.1.MINOR.PATCH, has its symbols bound
-# when it is loaded, is never unloaded, and has no atomic operation done by libatomic, which may lock: a signal handler could
-# wait for its own thread.
-# To make the list anew: shared_library.sh LIBRARY /dev/null /dev/null | sed -n 's/^+\([^+]\)/\1/p'
+# shared_library.sh LIBRARY SYMBOLS: fails unless the library
+# - exports just the names that SYMBOLS lists for Debian's packages, with the version that brought each;
+# - is called libbrindle.so.1 in a file libbrindle.so.1.MINOR.PATCH, has its symbols bound when it is loaded, and is never
+#   unloaded;
+# - has no atomic operation done by libatomic, which may lock: a signal handler could wait for its own thread.
+# To add new names: nm -D --defined-only LIBRARY | sed -n 's/.* \(_Z.*\)@@/ \1@/p' | LC_ALL=C sort -u
 set -eu
 printf '%s\n' "${1##*/}" | grep -qx 'libbrindle\.so\.1\.[0-9]*\.[0-9]*' || { echo "$1 is not libbrindle.so.1.MINOR.PATCH" >&2; exit 1; }
 dynamic=$(LC_ALL=C readelf -d "$1")
@@ -15,5 +16,10 @@ LC_ALL=C readelf -lW "$1" | grep '^ *TLS ' >/dev/null || {
   exit 1
 }
 if nm -D --undefined-only "$1" | grep ' __atomic_'; then echo "$1 needs libatomic" >&2; exit 1; fi
-nm -D --defined-only "$1" | c++filt | cut -d' ' -f3- | grep -v '^BRINDLE_1$' | LC_ALL=C sort -u | diff -u "$2" -
-sed -n 's/^ (c++)"\(.*@\)BRINDLE_1" [0-9.]*$/\1@BRINDLE_1/p' "$3" | LC_ALL=C sort | diff -u "$2" -
+exported=$(nm -D --defined-only "$1" | sed -n 's/.* \(_Z.*\)@@/\1@/p' | LC_ALL=C sort -u)
+listed=$(sed -n 's/^ \(_Z.*\) [0-9.]*$/\1/p' "$2" | LC_ALL=C sort -u)
+if [ "$exported" != "$listed" ]; then
+  echo "$1 and $2 differ in these names:" >&2
+  printf '%s\n' "$exported" "$listed" | LC_ALL=C sort | uniq -u >&2
+  exit 1
+fi

@@ -60,6 +60,7 @@ TEST(Timer, HasOneTimerFromStartToStopWithTheDurationOfItsStart)
             } else if (failing == 'm') {
                 allocations::untilFailure = 1;
                 EXPECT_THROW((timer.*start)(), std::bad_alloc);
+                expected = start == &Timer::restart ? NONE : expected; // which stops the timer first
             } else {
                 const int error = failing == 'c' ? EAGAIN : failing == 's' ? ENOTSUP : duration < 0 ? EINVAL : 0;
                 EXPECT_EQ(error, (timer.*start)() == 0 ? 0 : errno);

@@ -25,8 +25,8 @@ namespace brindle::threads {
 ///   other policy counts as 0, whatever the nice value, and a later change does not move a waiter. What
 ///   `pthread_getschedparam` tells is what counts: set it by thread attributes or `pthread_setschedparam`, for
 ///   glibc does not see what `sched_setscheduler` or another process changes once it knows a thread's policy.
-///   Among equal priorities the order is fixed but not that of arrival: that of libstdc++'s `push_heap` and
-///   `pop_heap`, in which four equal waiters A, B, C, D leave as A, C, B, D.
+///   Among equal priorities the order is fixed, on every machine, but not that of arrival: four equal waiters A,
+///   B, C, D leave as A, C, B, D.
 ///   No fairness among equals is promised, nor any order in which released threads get the mutex back.
 /// - Blocking: wait() only, without limit. Interruptions by signal handlers do not end it.
 /// - Errors: none are reported; `std::bad_alloc` from wait() leaves the caller unqueued and the mutex locked.

@@ -17,8 +17,8 @@ class BRINDLE_EXPORT TimerImpl;
 ///   12 s means three at once, and a callback that waits a minute, 12 threads. On musl one thread runs them in turn.
 /// - Blocking: none. stop() waits for no callback: one may go on, or even begin, after it (up to 11 ms after it, measured
 ///   on a busy machine; nothing bounds it). One may also come early, from a timer that was stopped before this one started.
-/// - Errors: start() and restart() return −1 with `errno`; they and the constructor throw `std::bad_alloc`, and then nothing
-///   has changed. An expiry for which the system cannot make a thread is lost without a report. An exception that leaves
+/// - Errors: start() and restart() return −1 with `errno`. They and the constructor throw `std::bad_alloc`; then start() has
+///   changed nothing, and restart() has stopped the timer. An expiry for which the system cannot make a thread is lost without a report. An exception that leaves
 ///   onTimeout() ends the process.
 /// - Signals: with glibc and musl all are blocked in callbacks and in what they start; on musl a callback sets no whole
 ///   mask. With uClibc-ng none is, and a handler may run there. Application::exit() may be called in callbacks on all.
@@ -70,7 +70,7 @@ public:
     /// No expiry comes after this, but callbacks may (see above). Does nothing to a stopped timer.
     void stop();
 
-    /// The same as start(), for where a timer that runs already is to begin anew. `std::bad_alloc` leaves it running.
+    /// stop(), then start(). After a `std::bad_alloc` the timer is stopped.
     int restart();
 
     /// In whole seconds, from 0 up; taken by the next start() or restart(), not by a period under way.
