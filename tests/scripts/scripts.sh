@@ -85,7 +85,7 @@ other_user() {
     chmod -R a+rX "$work"
     mkdir -p "$tree/build/dev"
     touch "$tree/build/dev/CMakeCache.txt"
-    for preset in dev asan; do # one that root has built, and one that nobody has
+    for preset in dev asan; do # one that root has built, and one that is not built
         status=0
         setpriv --reuid=65534 --clear-groups "$tree/script/test" "$preset" >"$work/said" 2>"$work/complaint" || status=$?
         cat "$work/complaint"
