@@ -19,8 +19,9 @@ from typing import NamedTuple
 SOURCE, BUILD = (pathlib.Path(one).resolve() for one in sys.argv[1:3])
 COMPILER, REPLAYED = sys.argv[3], [pathlib.Path(one).resolve() for one in sys.argv[4:]]
 HEADERS = list((SOURCE / "include").rglob("*.hpp"))
-# What stands in templates/ goes into other projects.
-PAGES = [page for page in SOURCE.rglob("*.md") if page.relative_to(SOURCE).parts[0] not in ("build", ".git", "templates")]
+# What stands in templates/ goes into other projects, and so does the daemon that Buildroot's example is made from.
+PAGES = [page for page in SOURCE.rglob("*.md") if page.relative_to(SOURCE).parts[0] not in ("build", ".git", "templates")
+         and SOURCE / "packaging/buildroot/package/pumpd/source" not in page.parents]
 
 # What fragments are about without saying so.
 PRELUDE = "".join(f"#include <{header.relative_to(SOURCE / 'include')}>\n" for header in HEADERS) + """
