@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -25,19 +26,24 @@ public:
     }
     bool isOpen() const { return number >= 0; }
 
-    // What a pipe or /proc says is 0.
-    std::size_t saidSize() const
+    // A file that tells its size fits, with one byte left for the read that finds the end. A pipe and /proc tell none.
+    std::size_t firstPiece() const
     {
         struct stat about = {};
-        return fstat(number, &about) == 0 && about.st_size > 0 ? static_cast<std::size_t>(about.st_size) : 0;
+        if (fstat(number, &about) != 0 || about.st_size <= 0) {
+            return PIECE;
+        }
+        // No string holds so much, and resize() says so.
+        const std::uintmax_t most = SIZE_MAX - 1;
+        return static_cast<std::size_t>(std::min(static_cast<std::uintmax_t>(about.st_size), most)) + 1;
     }
 
     // As read(), but a signal does not end it.
-    ssize_t readSome(char* buffer) const
+    ssize_t readSome(char* buffer, std::size_t room) const
     {
         ssize_t size = 0;
         do {
-            size = read(number, buffer, PIECE);
+            size = read(number, buffer, room);
         } while (size < 0 && errno == EINTR);
         return size;
     }
@@ -53,16 +59,21 @@ FileText readFile(const std::string& path)
     FileText text;
     const Descriptor file(path);
     text.opened = file.isOpen();
-    for (ssize_t size = text.opened ? 1 : 0; size > 0;) {
-        const std::size_t before = text.bytes.size();
-        if (before == PIECE) { // big: memory that does not move while it grows saves a tenth of the whole time
-            text.bytes.reserve(std::min(file.saidSize(), text.bytes.max_size() - PIECE) + PIECE);
-        }
-        text.bytes.resize(before + PIECE);
-        size = file.readSome(&text.bytes[before]);
-        text.bytes.resize(before + static_cast<std::size_t>(size > 0 ? size : 0));
-        text.complete = size == 0;
+    if (!text.opened) {
+        return text;
     }
+    text.bytes.resize(file.firstPiece());
+    std::size_t end = 0;
+    ssize_t size = 0;
+    do {
+        if (end == text.bytes.size()) {
+            text.bytes.resize(end + PIECE);
+        }
+        size = file.readSome(&text.bytes[end], text.bytes.size() - end);
+        end += static_cast<std::size_t>(size > 0 ? size : 0);
+    } while (size > 0);
+    text.bytes.resize(end);
+    text.complete = size == 0;
     return text;
 }
 
