@@ -65,7 +65,8 @@ std::map<std::string, std::string> entriesOf(const FileText& file)
         word = words.skipSpace(wordEnd);
     }
 
-    // The map is the same in any order; in that of the keys it grows at its end, where it need not look for a place.
+    // The map is the same in any order. In that of the keys, which some long keys are not in, it grows at its end, where it
+    // need not look for a place.
     sortByKey(file.bytes, found);
     std::map<std::string, std::string> entries;
     for (auto word = found.begin(); word != found.end(); ++word) {
