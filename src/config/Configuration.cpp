@@ -121,19 +121,6 @@ bool Configuration::parseConfig(std::string path)
     return file.opened;
 }
 
-bool Configuration::getOption(const std::string& key, std::string& value) const
-{
-    if (!valid) {
-        return false;
-    }
-    const auto entry = entries.find(key);
-    if (entry == entries.end()) {
-        return false;
-    }
-    value = entry->second;
-    return true;
-}
-
 bool Configuration::isValid() const
 {
     return valid;
