@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@ namespace brindle {
 namespace {
 
 constexpr std::size_t PIECE = 16'384;
+constexpr std::size_t BIG = 4'194'304;
 
 class Descriptor {
 public:
@@ -52,6 +54,15 @@ private:
     const int number;
 };
 
+// Asks the kernel for large pages: to fetch 56 MB in pages of 4 KiB took longer than all else that is done with them.
+void reserveInLargePages(std::string& text, std::size_t size)
+{
+    text.reserve(size);
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const std::uintptr_t begin = (reinterpret_cast<std::uintptr_t>(text.data()) + page - 1) / page * page;
+    madvise(reinterpret_cast<void*>(begin), size - page, MADV_HUGEPAGE); // without them it is slower, and that is all
+}
+
 }
 
 FileText readFile(const std::string& path)
@@ -62,7 +73,11 @@ FileText readFile(const std::string& path)
     if (!text.opened) {
         return text;
     }
-    text.bytes.resize(file.firstPiece());
+    const std::size_t piece = file.firstPiece();
+    if (piece >= BIG) {
+        reserveInLargePages(text.bytes, piece);
+    }
+    text.bytes.resize(piece);
     std::size_t end = 0;
     ssize_t size = 0;
     do {
