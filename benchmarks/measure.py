@@ -14,6 +14,7 @@ import random
 import statistics
 import subprocess
 import sys
+import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -25,10 +26,14 @@ TOO_LONG = 120  # seconds for one run
 # What the table shows: a benchmark's row and size, and the most that ours may take, by whose figure it is divided.
 Row = collections.namedtuple("Row", "subject row size goals")
 ROWS = [
+    Row("files", "read a file once", "10", {"ifstream": 0.75}),
+    Row("files", "read a file once", "100", {"ifstream": 0.75}),
     Row("files", "read a file", "1000", {"ifstream": 0.75}),
     Row("files", "read a file", "100000", {"GLib": 0.85}),
     Row("files", "read a file", "1000000", {"GLib": 0.65}),
     Row("files", "memory of a read file", "1000000", {"ifstream": 1.35}),
+    Row("files", "read keys like stairs", "4000", {"ifstream": 1.5}),
+    Row("files", "look up a key", "1000", {"std::map": 1.05}),
     Row("versions", "version from text", "", {"Qt": 0.90}),
     Row("versions", "compare versions", "", {"Qt": 0.50}),
     Row("size", "stripped library", "", {"49,152 bytes": 49152}),
@@ -86,7 +91,26 @@ def run_once(subject):
     # A million entries are the same code as ten.
     run(PROGRAMS / f"bench_{subject}", "--benchmark_min_time=0.000001", "--benchmark_filter=-/1000000$",
         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    if subject == "files":
+        measure_once(1)
     return f"script/bench: {subject} runs"
+
+
+def measure_once(times):
+    """What a process that has just been started takes for its only small file, in seconds, by key."""
+    figures = collections.defaultdict(list)
+    with tempfile.TemporaryDirectory() as directory:
+        for size in (10, 100):
+            numbers = list(range(size))
+            random.shuffle(numbers)
+            lines = [f"sensor.{number}={number * 7919 % 100_000}\n" for number in numbers]
+            pathlib.Path(directory, str(size)).write_text("[all]\n" + "".join(lines))
+        work = [(who, size) for who in ("brindle", "ifstream", "floor") for size in ("10", "100")] * times
+        random.shuffle(work)
+        for who, size in work:
+            said = run(PROGRAMS / "files_once", who, pathlib.Path(directory, size), stdout=subprocess.PIPE, text=True)
+            figures["read a file once", who, size].append(float(said.stdout))
+    return figures
 
 
 def names_of(subject):
@@ -133,8 +157,11 @@ def measure(subjects, times):
             figures[key].append(seconds_of(entry))
             if "peak" in entry:
                 peaks[key].append(entry["peak"])
+    if "files" in subjects:
+        show("files, read once")
+        figures.update(measure_once(9 * times))
     for (row, who, size), values in peaks.items():
-        if size != "10":
+        if row == "read a file" and size != "10":
             smallest = statistics.median(peaks[(row, who, "10")])
             figures[("memory of a read file", who, size)] = [statistics.median(values) - smallest]
     if "size" in subjects:

@@ -138,7 +138,7 @@ try {
         return app.printHelp(false);
     }
     if (version.isSet()) {
-        std::cout << "heartbeat " << Version(HEARTBEAT_VERSION) << std::endl;
+        std::cout << "heartbeat " << Version("1.0.0") << std::endl;
         if (!std::cout || std::ferror(stdout) != 0) { // on uClibc-ng the stream stays good
             throw SystemException("write to standard output", errno);
         }

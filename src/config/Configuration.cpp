@@ -65,7 +65,8 @@ std::map<std::string, std::string> entriesOf(const FileText& file)
         word = words.skipSpace(wordEnd);
     }
 
-    // The map is the same in any order; in that of the keys it grows at its end, where it need not look for a place.
+    // The map is the same in any order. In that of the keys, which some long keys are not in, it grows at its end, where it
+    // need not look for a place.
     sortByKey(file.bytes, found);
     std::map<std::string, std::string> entries;
     for (auto word = found.begin(); word != found.end(); ++word) {
@@ -118,19 +119,6 @@ bool Configuration::parseConfig(std::string path)
         entries = entriesOf(file);
     }
     return file.opened;
-}
-
-bool Configuration::getOption(const std::string& key, std::string& value) const
-{
-    if (!valid) {
-        return false;
-    }
-    const auto entry = entries.find(key);
-    if (entry == entries.end()) {
-        return false;
-    }
-    value = entry->second;
-    return true;
 }
 
 bool Configuration::isValid() const

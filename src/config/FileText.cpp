@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +13,7 @@ namespace brindle {
 namespace {
 
 constexpr std::size_t PIECE = 16'384;
+constexpr std::size_t BIG = 4'194'304;
 
 class Descriptor {
 public:
@@ -25,19 +28,24 @@ public:
     }
     bool isOpen() const { return number >= 0; }
 
-    // What a pipe or /proc says is 0.
-    std::size_t saidSize() const
+    // A file that tells its size fits, with one byte left for the read that finds the end. A pipe and /proc tell none.
+    std::size_t firstPiece() const
     {
         struct stat about = {};
-        return fstat(number, &about) == 0 && about.st_size > 0 ? static_cast<std::size_t>(about.st_size) : 0;
+        if (fstat(number, &about) != 0 || about.st_size <= 0) {
+            return PIECE;
+        }
+        // No string holds so much, and resize() says so.
+        const std::uintmax_t most = SIZE_MAX - 1;
+        return static_cast<std::size_t>(std::min(static_cast<std::uintmax_t>(about.st_size), most)) + 1;
     }
 
     // As read(), but a signal does not end it.
-    ssize_t readSome(char* buffer) const
+    ssize_t readSome(char* buffer, std::size_t room) const
     {
         ssize_t size = 0;
         do {
-            size = read(number, buffer, PIECE);
+            size = read(number, buffer, room);
         } while (size < 0 && errno == EINTR);
         return size;
     }
@@ -46,6 +54,15 @@ private:
     const int number;
 };
 
+// Asks the kernel for large pages: to fetch 56 MB in pages of 4 KiB took longer than all else that is done with them.
+void reserveInLargePages(std::string& text, std::size_t size)
+{
+    text.reserve(size);
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const std::uintptr_t begin = (reinterpret_cast<std::uintptr_t>(text.data()) + page - 1) / page * page;
+    madvise(reinterpret_cast<void*>(begin), size - page, MADV_HUGEPAGE); // without them it is slower, and that is all
+}
+
 }
 
 FileText readFile(const std::string& path)
@@ -53,16 +70,25 @@ FileText readFile(const std::string& path)
     FileText text;
     const Descriptor file(path);
     text.opened = file.isOpen();
-    for (ssize_t size = text.opened ? 1 : 0; size > 0;) {
-        const std::size_t before = text.bytes.size();
-        if (before == PIECE) { // big: memory that does not move while it grows saves a tenth of the whole time
-            text.bytes.reserve(std::min(file.saidSize(), text.bytes.max_size() - PIECE) + PIECE);
-        }
-        text.bytes.resize(before + PIECE);
-        size = file.readSome(&text.bytes[before]);
-        text.bytes.resize(before + static_cast<std::size_t>(size > 0 ? size : 0));
-        text.complete = size == 0;
+    if (!text.opened) {
+        return text;
     }
+    const std::size_t piece = file.firstPiece();
+    if (piece >= BIG) {
+        reserveInLargePages(text.bytes, piece);
+    }
+    text.bytes.resize(piece);
+    std::size_t end = 0;
+    ssize_t size = 0;
+    do {
+        if (end == text.bytes.size()) {
+            text.bytes.resize(end + PIECE);
+        }
+        size = file.readSome(&text.bytes[end], text.bytes.size() - end);
+        end += static_cast<std::size_t>(size > 0 ? size : 0);
+    } while (size > 0);
+    text.bytes.resize(end);
+    text.complete = size == 0;
     return text;
 }
 

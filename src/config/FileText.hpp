@@ -11,7 +11,7 @@ struct FileText {
     bool complete = false; // false if a read failed: what there is breaks off somewhere
 };
 
-/// Opens the file at `path` and reads it to its end. It is not mapped: somebody may cut it off meanwhile.
+/// Opens the file at `path` and reads it to its end. It is not mapped: another process may cut it off at any time.
 FileText readFile(const std::string& path);
 
 }
