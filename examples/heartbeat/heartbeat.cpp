@@ -2,6 +2,7 @@
 
 #include "Heartbeat.hpp"
 #include "Setting.hpp"
+#include "Signals.hpp"
 
 #include <brindle/Application.hpp>
 #include <brindle/Configuration.hpp>
@@ -10,7 +11,6 @@
 #include <brindle/utility/Version.hpp>
 
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -19,7 +19,6 @@
 #include <iostream>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 using brindle::Application;
@@ -31,23 +30,11 @@ using brindle::utility::Version;
 
 namespace {
 
-constexpr int USAGE = 2;     // the status after a mistake in what the user gave
-constexpr int STOPPED = 145; // that of SIGTERM; nobody knows which signal an early one was
+constexpr int USAGE = 2; // the status after a mistake in what the user gave
 
 void complain(const std::string& what)
 {
     std::cerr << "heartbeat: " << what << std::endl;
-}
-
-/// Ends the program after a signal that came before the loop waited: the loop knows nothing of it.
-void endAfterEarlySignal()
-{
-    const std::chrono::milliseconds aWhile(500);
-    while (!Application::HasApplicationTerminated) {
-        std::this_thread::sleep_for(aWhile);
-    }
-    std::this_thread::sleep_for(aWhile); // had the loop waited, it would have ended by now, with the signal's own code
-    Application::app().exit(STOPPED);
 }
 
 /// Says what the options found wrong; what the parser found wrong it has said itself.
@@ -97,6 +84,7 @@ int run(const std::string& name, int seconds, int beats)
     if (heartbeat.start() != 0) {
         throw SystemException("start the timer", errno);
     }
+    signals::endLoop();
     const int exitCode = Application::app().runEventLoop();
     heartbeat.stop();
     if (exitCode > EXIT_FAILURE) { // a signal's
@@ -122,10 +110,11 @@ try {
     Application& app = Application::app();
     app.setForeword("[options]");
     app.setAfterword("Ends with status 0 after the last beat, 132 after Ctrl-C, 145 after SIGTERM.");
+    signals::hold();
     if (app.init(&argc, argv, &options) != 0) {
         return EXIT_FAILURE; // init() has said why
     }
-    std::thread(endAfterEarlySignal).detach();
+    signals::endProgram();
 
     int parsed = 0;
     while (parsed == 0) {

@@ -1,5 +1,7 @@
 // @NAME@: a timer gives a worker a job every so many seconds, until a signal or a failure ends the program.
 
+#include "Signals.hpp"
+
 #include <brindle/Application.hpp>
 #include <brindle/Configuration.hpp>
 #include <brindle/Option.hpp>
@@ -15,6 +17,8 @@
 #include <csignal>
 #include <filesystem>
 #include <stdexcept>
+#include <string_view>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 
@@ -49,24 +53,24 @@ int complain(const std::exception& problem, int status)
     return status;
 }
 
+std::atomic_flag hasFailed = ATOMIC_FLAG_INIT;
+
 /// Ends the program after the first of perhaps several failures. Hold no mutex here: exit() waits for the loop.
 void endAfter(const std::exception& failure)
 {
-    static std::atomic_flag failed = ATOMIC_FLAG_INIT;
-    if (!failed.test_and_set()) {
+    if (!hasFailed.test_and_set()) {
         Application::app().exit(complain(failure, 1));
     }
 }
 
-/// Ends the program after a signal that came before the loop waited: the loop knows nothing of it.
-void endAfterEarlySignal()
+/// Ends the program when the system makes no thread for an expiry. It may have no memory left, so this allocates none.
+void endWithoutExpiries()
 {
-    const std::chrono::milliseconds aWhile(500);
-    while (!Application::HasApplicationTerminated) {
-        std::this_thread::sleep_for(aWhile);
+    constexpr std::string_view line = "@NAME@: no expiry for three periods: the system could make no thread for one\n";
+    if (!hasFailed.test_and_set()) {
+        [[maybe_unused]] const auto written = write(STDERR_FILENO, line.data(), line.size());
+        Application::app().exit(1);
     }
-    std::this_thread::sleep_for(aWhile); // had the loop waited, it would have ended by now, with the signal's own code
-    Application::app().exit(145);
 }
 
 /// Gives the worker a job for each period. Never destroyed, since a callback may come late and the worker stays.
@@ -76,6 +80,7 @@ public:
 
     void onTimeout() override
     try {
+        signals::expiry();
         const ScopedLock lock(&mutex);
         if (jobs == PATIENCE) {
             throw std::runtime_error("the worker is stuck: " + std::to_string(jobs) + " jobs wait for it");
@@ -153,10 +158,11 @@ try {
     Application& app = Application::app();
     app.setForeword("[options]");
     app.setAfterword("Ends with status 145 after SIGTERM, 132 after SIGINT, 1 after a failure, 2 after a mistake.");
+    signals::hold();
     if (app.init(&argc, argv, &options) != 0) {
         return 1; // init() has said why
     }
-    std::thread(endAfterEarlySignal).detach();
+    signals::endProgram();
     int parsed = 0;
     while (parsed == 0) {
         parsed = app.parseArg();
@@ -180,10 +186,16 @@ try {
 
     static Daemon& daemon = *new Daemon(secondsIn(seconds));
     say("a job every " + seconds + " s");
-    std::thread([] { daemon.serve(); }).detach();
+    try {
+        std::thread([] { daemon.serve(); }).detach();
+    } catch (const std::system_error& failure) {
+        throw SystemException("make the worker's thread", failure.code().value());
+    }
     if (daemon.start() != 0) {
         throw SystemException("start the timer", errno);
     }
+    signals::expectExpiries(daemon.duration(), endWithoutExpiries);
+    signals::endLoop();
     const int status = app.runEventLoop();
     daemon.stop();
     return status;

@@ -47,15 +47,15 @@ for signal in TERM INT; do
     if [ "$signal" = TERM ]; then ends_with 145 SIGTERM; else ends_with 132 SIGINT; fi
 done
 
-# It opens its settings when it can take signals already, and gets no further before they end.
-"$@" --config "$work/settings" >"$work/said" &
-daemon=$!
-exec 3<"$work/said" 4>"$work/settings"
-kill -s INT "$daemon"
-echo interval=5 >&4
-exec 4>&-
-hears 'a job every 5 s'
-ends_with 145 'a signal before its loop waits'
+# A start that blocks, in settings that never come. It opens them when it takes signals already.
+for signal in TERM INT; do
+    "$@" --config "$work/settings" >"$work/said" &
+    daemon=$!
+    exec 3<"$work/said" 4>"$work/settings"
+    kill -s "$signal" "$daemon"
+    if [ "$signal" = TERM ]; then ends_with 145 'SIGTERM in the start'; else ends_with 132 'SIGINT in the start'; fi
+    exec 4>&-
+done
 
 "$@" --config "$work/good" >/dev/full 2>"$work/complaint" &
 daemon=$!

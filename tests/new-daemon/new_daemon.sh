@@ -24,6 +24,35 @@ cmake -G Ninja -S "$work/pump-1d" -B "$built" -DCMAKE_CXX_COMPILER="$compiler" -
 cmake --build "$built"
 ctest --test-dir "$built" --no-tests=error --output-on-failure
 
+# ends_with STATUS WHY: the daemon that was started last.
+ends_with() {
+    status=0
+    wait "$daemon" || status=$?
+    [ "$status" -eq "$1" ] || fail "$2: status $status, not $1"
+}
+
+# Started with both signals blocked, and its start blocks as well.
+mkfifo never
+env --block-signal=INT,TERM "$built/pump-1d" --config never &
+daemon=$!
+exec 3>never
+kill -s TERM "$daemon"
+ends_with 145 'started with the signals blocked'
+exec 3>&-
+
+# The system makes no thread for an expiry, since the daemon may have no more memory.
+mkfifo speech
+"$built/pump-1d" --interval 2 >speech 2>complaint &
+daemon=$!
+exec 3<speech
+read -r line <&3
+until grep -q '^State:.S' "/proc/$daemon/status"; do :; done # its timer has started
+prlimit --pid "$daemon" --as=1
+ends_with 1 'no thread for an expiry'
+exec 3<&-
+grep 'no expiry for three periods' complaint
+echo "heard '$line'"
+
 cmake --install "$built"
 echo interval=7 >"$prefix/etc/pump-1d.conf"
 cmake --install "$built" >"$work/again.log"
