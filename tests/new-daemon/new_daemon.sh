@@ -16,6 +16,7 @@ fail() {
 }
 
 cd "$work"
+"$new_daemon" --help | grep '^  brindle-new-daemon NAME'
 "$new_daemon" pump-1d
 if grep -r '@NAME@' pump-1d; then fail 'the name is not everywhere'; fi
 built=$work/built
