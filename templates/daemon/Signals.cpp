@@ -31,9 +31,21 @@ pid_t program = 0;
 int wakeUpPipe[2] = {-1, -1};
 std::atomic<int> firstSignal = 0; // a later one changes nothing
 std::atomic<int> loopIsNext = 0;
+std::atomic<void (*)()> onHangup = nullptr;
+std::atomic<int> hangup = 0; // a SIGHUP has come, and onHangup has not been called
 std::atomic<unsigned> expiries = 0;
 std::atomic<int> period = 0; // in seconds; 0: none is expected
 std::atomic<void (*)()> reportMissing = nullptr;
+
+void mask(int how)
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGHUP);
+    pthread_sigmask(how, &signals, nullptr);
+}
 
 // Safe in a handler. A full pipe wakes the thread as well.
 void wakeThread()
@@ -45,9 +57,13 @@ void handle(int signum)
 {
     const int interruptedErrno = errno;
     if (getpid() == program) {
-        int none = 0;
-        firstSignal.compare_exchange_strong(none, signum);
-        Application::HasApplicationTerminated = true;
+        if (signum == SIGHUP) {
+            hangup = 1;
+        } else {
+            int none = 0;
+            firstSignal.compare_exchange_strong(none, signum);
+            Application::HasApplicationTerminated = true;
+        }
         wakeThread();
     } else { // a child between fork and exec, which shares the pipe: the signal is meant for the child alone
         std::signal(signum, SIG_DFL);
@@ -67,13 +83,22 @@ void sleepUntil(Clock::time_point deadline, bool forEver)
     }
 }
 
-// Returns once a signal has come. Looks at the expiries once in three periods, so that it seldom wakes.
+// A SIGHUP that comes during the start waits for endLoop(), which wakes this thread.
+void serveHangup()
+{
+    if (loopIsNext != 0 && hangup.exchange(0) != 0) {
+        onHangup.load()();
+    }
+}
+
+// Returns once SIGINT or SIGTERM has come. Looks at the expiries once in three periods, so that it seldom wakes.
 void waitForSignal()
 {
     int watched = 0;
     unsigned seen = 0;
     Clock::time_point start;
     while (firstSignal == 0) {
+        serveHangup();
         const Clock::time_point now = Clock::now();
         const std::chrono::seconds one(period);
         const bool isOver = watched != 0 && now - start >= PATIENCE * one;
@@ -107,13 +132,20 @@ void serve()
     Application::app().exit(signum + STATUS_BASE);
 }
 
-void mask(int how)
+// Not as descriptor 0, 1 or 2, where these were closed: what is written to standard output would go into the pipe.
+void makePipe()
 {
-    sigset_t both;
-    sigemptyset(&both);
-    sigaddset(&both, SIGINT);
-    sigaddset(&both, SIGTERM);
-    pthread_sigmask(how, &both, nullptr);
+    if (pipe2(wakeUpPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+        throw SystemException("make the pipe for signals", errno);
+    }
+    for (int& end : wakeUpPipe) {
+        const int made = end;
+        end = fcntl(made, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        if (end == -1) {
+            throw SystemException("make the pipe for signals", errno);
+        }
+        close(made);
+    }
 }
 
 }
@@ -123,23 +155,23 @@ void hold()
     mask(SIG_BLOCK);
 }
 
-void endProgram()
+void endProgram(void (*hangupCallback)())
 {
     program = getpid();
-    if (pipe2(wakeUpPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
-        throw SystemException("make the pipe for signals", errno);
+    onHangup = hangupCallback;
+    makePipe();
+    struct sigaction action = {};
+    action.sa_handler = handle;
+    action.sa_flags = SA_RESTART; // calls of the program's own go on
+    sigemptyset(&action.sa_mask);
+    if (sigaction(SIGINT, &action, nullptr) != 0 || sigaction(SIGTERM, &action, nullptr) != 0 ||
+        (hangupCallback != nullptr && sigaction(SIGHUP, &action, nullptr) != 0)) {
+        throw SystemException("install the handlers", errno);
     }
     try {
         std::thread(serve).detach();
     } catch (const std::system_error& failure) {
         throw SystemException("make the thread for signals", failure.code().value());
-    }
-    struct sigaction action = {};
-    action.sa_handler = handle;
-    action.sa_flags = SA_RESTART; // calls of the program's own go on
-    sigemptyset(&action.sa_mask);
-    if (sigaction(SIGINT, &action, nullptr) != 0 || sigaction(SIGTERM, &action, nullptr) != 0) {
-        throw SystemException("install the handlers", errno);
     }
     mask(SIG_UNBLOCK);
 }
@@ -147,6 +179,7 @@ void endProgram()
 void endLoop()
 {
     loopIsNext = 1;
+    wakeThread(); // a SIGHUP may have come
 }
 
 void expectExpiries(int seconds, void (*missing)())

@@ -14,12 +14,15 @@
 /// @endcode
 namespace signals {
 
-/// Blocks both signals. Needed before init() and before the first thread: until endProgram(), a signal waits.
+/// Blocks SIGINT, SIGTERM and SIGHUP. Needed before init() and before the first thread: until endProgram(), they wait.
 void hold();
 
-/// Takes both signals from now on: installs the handlers, starts the thread and unblocks the signals, also those that
+/// Takes the signals from now on: installs the handlers, starts the thread and unblocks the signals, also those that
 /// were blocked when the program was started. Throws SystemException.
-void endProgram();
+///
+/// After a SIGHUP the thread calls @p hangupCallback, which returns soon and throws nothing. A SIGHUP of the start waits for
+/// endLoop(). Without a callback, SIGHUP keeps its former effect.
+void endProgram(void (*hangupCallback)() = nullptr);
 
 /// From now on a signal ends the loop, which must be entered within 20 s, instead of the process.
 void endLoop();
