@@ -13,22 +13,6 @@ namespace userinput {
 
 namespace {
 
-// Bytes that a terminal hides or obeys, as printf(1) reads them.
-std::string escaped(const std::string& text)
-{
-    std::string shown;
-    for (const char c : text) {
-        if (c >= ' ' && c <= '~') {
-            shown += c;
-        } else {
-            char code[5];
-            std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
-            shown += code;
-        }
-    }
-    return shown;
-}
-
 bool contains(const std::vector<std::string>& texts, const std::string& text)
 {
     return std::find(texts.begin(), texts.end(), text) != texts.end();
@@ -75,6 +59,21 @@ std::string firstWord(int argc, const char* const* argv, const std::vector<std::
     return "";
 }
 
+std::string escaped(const std::string& text)
+{
+    std::string shown;
+    for (const char c : text) {
+        if (c >= ' ' && c <= '~') {
+            shown += c;
+        } else {
+            char code[5];
+            std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(c)));
+            shown += code;
+        }
+    }
+    return shown;
+}
+
 int wholeNumber(const std::string& text, int least, int most, const std::string& where)
 {
     int number = 0;
@@ -91,7 +90,7 @@ SettingsFile::SettingsFile(const std::string& path, const std::vector<std::strin
 {
     struct stat status = {};
     int problem = stat(path.c_str(), &status) == 0 ? 0 : errno;
-    if (problem == ENOENT && !isRequired) {
+    if (!isRequired && (problem == ENOENT || problem == ENOTDIR)) {
         return;
     }
     if (problem == 0 && S_ISDIR(status.st_mode)) {

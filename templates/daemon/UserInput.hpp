@@ -12,6 +12,9 @@ namespace userinput {
 /// without a report. @p valued lists the options that take a value, such as "-c" and "--config".
 std::string firstWord(int argc, const char* const* argv, const std::vector<std::string>& valued);
 
+/// The text with each byte that a terminal hides or obeys as \xNN, which printf(1) reads.
+std::string escaped(const std::string& text);
+
 /// The number in @p text. Throws std::invalid_argument, whose text begins with the origin @p where.
 int wholeNumber(const std::string& text, int least, int most, const std::string& where);
 
