@@ -1,5 +1,7 @@
 #include "Setting.hpp"
 
+#include "UserInput.hpp"
+
 #include <charconv>
 #include <optional>
 
@@ -71,5 +73,5 @@ std::string NumberSetting::problemWith(const std::string& candidate) const
 {
     const std::optional<int> number = wholeNumber(candidate);
     const bool good = number && *number >= lowest && *number <= highest;
-    return good ? "" : "'" + candidate + "' is not a whole number from " + range(lowest, highest);
+    return good ? "" : "'" + userinput::escaped(candidate) + "' is not a whole number from " + range(lowest, highest);
 }

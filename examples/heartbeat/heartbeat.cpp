@@ -1,29 +1,26 @@
 // heartbeat: says a beat per interval until the last one, or until it is told to stop.
 
 #include "Heartbeat.hpp"
+#include "Service.hpp"
 #include "Setting.hpp"
+#include "Signals.hpp"
+#include "UserInput.hpp"
 
 #include <brindle/Application.hpp>
-#include <brindle/Configuration.hpp>
 #include <brindle/utility/SystemException.hpp>
 #include <brindle/utility/Uuid.hpp>
 #include <brindle/utility/Version.hpp>
 
 #include <cerrno>
-#include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
 #include <iostream>
-#include <optional>
+#include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 using brindle::Application;
-using brindle::Configuration;
 using brindle::Option;
 using brindle::utility::generateUuid;
 using brindle::utility::SystemException;
@@ -31,63 +28,36 @@ using brindle::utility::Version;
 
 namespace {
 
-constexpr int USAGE = 2;     // the status after a mistake in what the user gave
-constexpr int STOPPED = 145; // that of SIGTERM; nobody knows which signal an early one was
-
-void complain(const std::string& what)
-{
-    std::cerr << "heartbeat: " << what << std::endl;
-}
-
-/// Ends the program after a signal that came before the loop waited: the loop knows nothing of it.
-void endAfterEarlySignal()
-{
-    const std::chrono::milliseconds aWhile(500);
-    while (!Application::HasApplicationTerminated) {
-        std::this_thread::sleep_for(aWhile);
-    }
-    std::this_thread::sleep_for(aWhile); // had the loop waited, it would have ended by now, with the signal's own code
-    Application::app().exit(STOPPED);
-}
+const std::vector<std::string> VALUED = {"-c", "--config", "-m", "--name", "-n", "--beats", "-i", "--interval"};
 
 /// Says what the options found wrong; what the parser found wrong it has said itself.
 int refuse(const std::vector<Option*>& options)
 {
     for (const Option* option : options) {
         if (!option->errors().empty()) {
-            complain(option->errors());
+            service::complain(option->errors());
         }
     }
     return Application::app().printHelp(true);
 }
 
-/// The file that the command line names, else the usual one if it is there.
-std::optional<std::string> configurationFile(const Option& config)
+/// Takes the settings from the file that the command line names, else from the usual one if it is there.
+/// Throws std::invalid_argument.
+void readFile(const Option& config, const std::vector<Setting*>& settings)
 {
-    if (config.isSet()) {
-        return config.argument();
+    std::string path = config.argument();
+    if (!config.isSet()) {
+        if (Application::app().appPath().empty()) { // which has said why
+            throw std::invalid_argument("the usual settings are found by that path; name a file with --config");
+        }
+        path = Application::app().appPrefix("bin") + "etc/heartbeat.conf";
     }
-    const std::string usual = Application::app().appPrefix("bin") + "etc/heartbeat.conf";
-    std::error_code none;
-    return std::filesystem::exists(usual, none) ? std::optional<std::string>(usual) : std::nullopt;
-}
-
-bool readFile(const std::string& path, const std::vector<Setting*>& settings)
-{
-    Configuration file;
-    std::error_code none;
-    if (std::filesystem::is_directory(path, none) || !file.readCfgFile(path)) {
-        complain("'" + path + "' is not a configuration file that can be read");
-        return false;
-    }
-    bool good = true;
+    const userinput::SettingsFile file(path, {"interval", "name", "beats"}, config.isSet());
     for (Setting* setting : settings) {
         if (!setting->takeFrom(file)) {
-            complain(path + ": " + setting->errors());
-            good = false;
+            throw std::invalid_argument("'" + path + "': " + setting->errors());
         }
     }
-    return good;
 }
 
 int run(const std::string& name, int seconds, int beats)
@@ -97,6 +67,7 @@ int run(const std::string& name, int seconds, int beats)
     if (heartbeat.start() != 0) {
         throw SystemException("start the timer", errno);
     }
+    signals::endLoop();
     const int exitCode = Application::app().runEventLoop();
     heartbeat.stop();
     if (exitCode > EXIT_FAILURE) { // a signal's
@@ -122,10 +93,11 @@ try {
     Application& app = Application::app();
     app.setForeword("[options]");
     app.setAfterword("Ends with status 0 after the last beat, 132 after Ctrl-C, 145 after SIGTERM.");
+    signals::hold();
     if (app.init(&argc, argv, &options) != 0) {
         return EXIT_FAILURE; // init() has said why
     }
-    std::thread(endAfterEarlySignal).detach();
+    signals::endProgram();
 
     int parsed = 0;
     while (parsed == 0) {
@@ -134,22 +106,26 @@ try {
     if (parsed != -1) {
         return refuse(options);
     }
+    const std::string word = userinput::firstWord(argc, argv, VALUED);
+    if (!word.empty()) {
+        throw std::invalid_argument("'" + word + "' is no option; see --help");
+    }
     if (help.isSet()) {
-        return app.printHelp(false);
+        const int status = app.printHelp(false);
+        service::checkOutput();
+        return status;
     }
     if (version.isSet()) {
         std::cout << "heartbeat " << Version("1.0.0") << std::endl;
-        if (!std::cout || std::ferror(stdout) != 0) { // on uClibc-ng the stream stays good
-            throw SystemException("write to standard output", errno);
-        }
+        service::checkOutput();
         return EXIT_SUCCESS;
     }
-    const std::optional<std::string> file = configurationFile(config);
-    if (file && !readFile(*file, {&name, &beats, &interval})) {
-        return USAGE;
-    }
+    readFile(config, {&name, &beats, &interval});
     return run(name.value(), interval.number(), beats.number());
+} catch (const std::invalid_argument& mistake) {
+    service::complain(mistake.what());
+    return 2;
 } catch (const std::exception& failure) {
-    complain(failure.what());
+    service::complain(failure.what());
     return EXIT_FAILURE;
 }

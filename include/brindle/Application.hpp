@@ -133,19 +133,17 @@ public:
     /// called again, for a new request. Needs a successful init(). While another thread is ending the process,
     /// no request can come any more, and the call waits for that end.
     ///
-    /// A signal that came before is not remembered here. HasApplicationTerminated tells of it, but this thread
-    /// may look too early. A thread that is started after init() and looks now and then misses none (its request may
-    /// be a further one, so be down within 20 s; see exit()):
+    /// A signal that came before is not remembered here. A program that may be told to end while it starts blocks both
+    /// signals before init(), and after it installs a handler which wakes a thread of the program's. That thread runs:
     ///
     /// @code
-    /// std::thread([] {
-    ///     while (!Application::HasApplicationTerminated) {
-    ///         std::this_thread::sleep_for(500ms);
-    ///     }
-    ///     std::this_thread::sleep_for(500ms);         // a loop that waited has returned the signal's own code
-    ///     Application::app().exit(145);               // one that did not is released as soon as it waits
-    /// }).detach();
+    /// if (loopIsNext == 0) {                          // set right before runEventLoop()
+    ///     _exit(signum + 130);                        // nothing needs an orderly end yet
+    /// }
+    /// Application::app().exit(signum + 130);          // tries until the loop waits
     /// @endcode
+    ///
+    /// templates/daemon/Signals.cpp has all of it, for a program to copy.
     int runEventLoop();
 
     /// Asks the event loop to end with @p code, from another thread. Returns once a waiting loop has been

@@ -1,140 +1,65 @@
 // @NAME@: a timer gives a worker a job every so many seconds, until a signal or a failure ends the program.
 
-#include <brindle/Application.hpp>
-#include <brindle/Configuration.hpp>
-#include <brindle/Option.hpp>
-#include <brindle/threads/CondVar.hpp>
-#include <brindle/threads/ScopedLock.hpp>
-#include <brindle/time/Timer.hpp>
-#include <brindle/utility/SystemException.hpp>
+#include "Service.hpp"
+#include "Signals.hpp"
+#include "UserInput.hpp"
 
-#include <algorithm>
-#include <atomic>
-#include <cerrno>
-#include <charconv>
+#include <brindle/Application.hpp>
+#include <brindle/Option.hpp>
+
 #include <csignal>
-#include <filesystem>
 #include <stdexcept>
-#include <thread>
-#include <unistd.h>
+#include <string>
+#include <vector>
 
 using brindle::Application;
 using brindle::Option;
-using brindle::threads::ScopedLock;
-using brindle::utility::SystemException;
 
 namespace {
 
-/// Not through std::cout: the end of the program would wait for a thread that is stuck in writing there.
-void say(const std::string& what)
-{
-    const std::string line = what + "\n";
-    if (write(STDOUT_FILENO, line.data(), line.size()) < 0) {
-        throw SystemException("write to standard output", errno);
-    }
-}
-
-/// Your work goes here. An exception ends the daemon with status 1. The end of the program waits for no job that is under
-/// way: what may not be half done is written to a new file, which is then renamed.
+/// Your work goes here. An exception ends the daemon with status 1. The end of the program does not wait for a job that is
+/// under way. Write a file that must be complete under another name, and then rename it.
 void work(unsigned long job)
 {
-    say("job " + std::to_string(job) + " done");
+    service::say("job " + std::to_string(job) + " done");
 }
 
-/// Says what was wrong, and returns the status to end with.
-int complain(const std::exception& problem, int status)
-{
-    const std::string line = std::string("@NAME@: ") + problem.what() + "\n";
-    [[maybe_unused]] const auto written = write(STDERR_FILENO, line.data(), line.size()); // a failure could not be said
-    return status;
-}
-
-/// Ends the program after the first of perhaps several failures. Hold no mutex here: exit() waits for the loop.
-void endAfter(const std::exception& failure)
-{
-    static std::atomic_flag failed = ATOMIC_FLAG_INIT;
-    if (!failed.test_and_set()) {
-        Application::app().exit(complain(failure, 1));
-    }
-}
-
-/// Ends the program after a signal that came before the loop waited: the loop knows nothing of it.
-void endAfterEarlySignal()
-{
-    const std::chrono::milliseconds aWhile(500);
-    while (!Application::HasApplicationTerminated) {
-        std::this_thread::sleep_for(aWhile);
-    }
-    std::this_thread::sleep_for(aWhile); // had the loop waited, it would have ended by now, with the signal's own code
-    Application::app().exit(145);
-}
-
-/// Gives the worker a job for each period. Never destroyed, since a callback may come late and the worker stays.
-class Daemon : public brindle::time::Timer {
-public:
-    using Timer::Timer;
-
-    void onTimeout() override
-    try {
-        const ScopedLock lock(&mutex);
-        if (jobs == PATIENCE) {
-            throw std::runtime_error("the worker is stuck: " + std::to_string(jobs) + " jobs wait for it");
-        }
-        ++jobs;
-        arrival.signal();
-    } catch (const std::exception& failure) { // none may leave a callback; the mutex is free by now
-        endAfter(failure);
-    }
-
-    void serve() // the worker's whole life
-    try {
-        for (unsigned long job = 1;; ++job) {
-            ScopedLock lock(&mutex);
-            while (jobs == 0) {
-                arrival.wait(&mutex);
-            }
-            --jobs;
-            lock.unlock();
-            work(job);
-        }
-    } catch (const std::exception& failure) {
-        endAfter(failure);
-    }
-
-private:
-    static constexpr int PATIENCE = 3;
-    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER; // guards what follows
-    brindle::threads::CondVar arrival;
-    int jobs = 0; // that wait
+/// What the command line sets. VALUED lists the options that take a value.
+struct Options {
+    Option help{"help", 'h', false, "Show this help text."};
+    Option version{"version", 'V', false, "Show the version."};
+    Option syslog{"syslog", 's', false, "Say everything to syslog."};
+    Option config{"config", 'c', true, "Read what is not set here from FILE. "};
+    Option interval{"interval", 'i', true, "Work every SECONDS, 1 to 86400. "};
+    std::vector<Option*> list = {&help, &version, &syslog, &config, &interval};
 };
+const std::vector<std::string> VALUED = {"-c", "--config", "-i", "--interval"};
 
-/// The settings in a file. A key that nobody knows is a mistake, since one that is misspelt would have no effect.
-class File : public brindle::Configuration {
-public:
-    void read(const std::string& path)
-    {
-        std::error_code none;
-        if (std::filesystem::is_directory(path, none) || !readCfgFile(path)) {
-            throw std::invalid_argument("'" + path + "' is not a file that can be read");
-        }
-        const auto unknown =
-            std::find_if(entries.begin(), entries.end(), [](const auto& entry) { return entry.first != "interval"; });
-        if (unknown != entries.end()) {
-            throw std::invalid_argument(path + ": '" + unknown->first +
-                                        "=' sets nothing; write interval=5 without blanks");
-        }
-    }
-};
-
-int secondsIn(const std::string& text)
+int secondsIn(const std::string& text, const std::string& where)
 {
-    int seconds = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, seconds);
-    if (error != std::errc() || stop != end || seconds < 1 || seconds > 86400) {
-        throw std::invalid_argument("interval: '" + text + "' is not a whole number from 1 to 86400");
+    return userinput::wholeNumber(text, 1, 86400, where);
+}
+
+/// The interval that the command line sets, else the file, else its default. Reads the file.
+int interval(const Options& options)
+{
+    const std::string path = options.config.argument();
+    const userinput::SettingsFile file(path, {"interval"}, options.config.isSet());
+    std::string seconds = options.interval.argument();
+    if (options.interval.isSet() || !file.getOption("interval", seconds)) {
+        return secondsIn(seconds, "--interval");
     }
-    return seconds;
+    return secondsIn(seconds, "'" + path + "': interval");
+}
+
+Options* options = nullptr;
+service::Jobs* jobs = nullptr;
+
+/// After SIGHUP, on the worker's thread. After a mistake in the file the old settings stay.
+void reload()
+{
+    jobs->setPeriod(interval(*options));
+    service::say("a job every " + std::to_string(jobs->duration()) + " s");
 }
 
 }
@@ -142,53 +67,50 @@ int secondsIn(const std::string& text)
 int main(int argc, char** argv)
 try {
     std::signal(SIGPIPE, SIG_IGN); // a reader that has gone is a failed write, whichever thread writes
-    Option help("help", 'h', false, "Show this help text.");
-    Option version("version", 'V', false, "Show the version.");
-    Option config("config", 'c', true, "Read what is not set here from FILE. ");
-    Option interval("interval", 'i', true, "Work every SECONDS, 1 to 86400. ");
-    config.setDefault(Application::app().appPrefix("sbin") + DAEMON_FILE);
-    interval.setDefault("5");
-    std::vector<Option*> options = {&help, &version, &config, &interval};
+    options = new Options;         // never destroyed, because a reload may be under way at the end
+    options->config.setDefault(DAEMON_FILE);
+    options->interval.setDefault("5");
 
     Application& app = Application::app();
     app.setForeword("[options]");
     app.setAfterword("Ends with status 145 after SIGTERM, 132 after SIGINT, 1 after a failure, 2 after a mistake.");
-    if (app.init(&argc, argv, &options) != 0) {
+    signals::hold();
+    if (app.init(&argc, argv, &options->list) != 0) {
         return 1; // init() has said why
     }
-    std::thread(endAfterEarlySignal).detach();
+    signals::endProgram([] { jobs->requestReload(); });
     int parsed = 0;
     while (parsed == 0) {
         parsed = app.parseArg();
     }
-    if (parsed != -1 || help.isSet()) {
-        return app.printHelp(parsed != -1); // the parser has said what was wrong
+    if (parsed != -1) {
+        return app.printHelp(true); // the parser has said what was wrong
     }
-    if (version.isSet()) {
-        say("@NAME@ " DAEMON_VERSION);
+    const std::string word = userinput::firstWord(argc, argv, VALUED);
+    if (!word.empty()) {
+        throw std::invalid_argument("'" + word + "' is no option; see --help");
+    }
+    secondsIn(options->interval.argument(), "--interval");
+    if (options->help.isSet()) {
+        const int status = app.printHelp(false);
+        service::checkOutput();
+        return status;
+    }
+    if (options->version.isSet()) {
+        service::say("@NAME@ " DAEMON_VERSION);
         return 0;
     }
-    File file;
-    std::error_code none;
-    if (config.isSet() || std::filesystem::exists(config.argument(), none)) {
-        file.read(config.argument());
+    if (options->syslog.isSet()) {
+        service::useSyslog();
     }
-    std::string seconds = interval.argument();
-    if (!interval.isSet()) {
-        file.getOption("interval", seconds);
-    }
-
-    static Daemon& daemon = *new Daemon(secondsIn(seconds));
-    say("a job every " + seconds + " s");
-    std::thread([] { daemon.serve(); }).detach();
-    if (daemon.start() != 0) {
-        throw SystemException("start the timer", errno);
-    }
-    const int status = app.runEventLoop();
-    daemon.stop();
-    return status;
+    jobs = new service::Jobs(interval(*options), work, reload);
+    service::say("a job every " + std::to_string(jobs->duration()) + " s");
+    jobs->begin();
+    return service::runLoop();
 } catch (const std::invalid_argument& mistake) {
-    return complain(mistake, 2);
+    service::complain(mistake.what());
+    return 2;
 } catch (const std::exception& failure) {
-    return complain(failure, 1);
+    service::complain(failure.what());
+    return 1;
 }

@@ -31,7 +31,7 @@ ends_with() {
 
 # complains WHAT: in one line.
 complains() {
-    if [ "$(grep -c '' "$work/complaint")" -ne 1 ] || ! grep -qF "$1" "$work/complaint"; then
+    if [ "$(grep -c '' "$work/complaint")" -ne 1 ] || ! grep -qFe "$1" "$work/complaint"; then
         fail "not one line with '$1': $(cat "$work/complaint")"
     fi
 }
@@ -42,20 +42,49 @@ for signal in TERM INT; do
     exec 3<"$work/said"
     hears 'a job every 1 s'
     hears 'job 1 done'
+    [ -e "/proc/$daemon/status" ] || fail 'there is no /proc, which shows whether the main thread sleeps'
     until grep -q '^State:.[SZ]' "/proc/$daemon/status"; do :; done # the main thread sleeps in its loop
     kill -s "$signal" "$daemon"
     if [ "$signal" = TERM ]; then ends_with 145 SIGTERM; else ends_with 132 SIGINT; fi
 done
 
-# It opens its settings when it can take signals already, and gets no further before they end.
-"$@" --config "$work/settings" >"$work/said" &
+# A start that blocks, in settings that never come. It opens them when it takes signals already. SIGHUP does not end it.
+for signal in TERM INT; do
+    "$@" --config "$work/settings" >"$work/said" &
+    daemon=$!
+    exec 3<"$work/said" 4>"$work/settings"
+    kill -s HUP "$daemon"
+    kill -s "$signal" "$daemon"
+    if [ "$signal" = TERM ]; then ends_with 145 'SIGTERM in the start'; else ends_with 132 'SIGINT in the start'; fi
+    exec 4>&-
+done
+
+# A reload takes the new interval, and after a mistake it keeps the old one.
+# hears_after_jobs LINE: like hears, but skips jobs.
+hears_after_jobs() {
+    while read -r line <&3; do
+        case $line in job*) ;; *) break ;; esac
+    done
+    [ "$line" = "$1" ] || fail "it said '$line', not '$1'"
+}
+cp "$work/good" "$work/changing"
+"$@" --config "$work/changing" >"$work/said" 2>&1 &
 daemon=$!
-exec 3<"$work/said" 4>"$work/settings"
-kill -s INT "$daemon"
-echo interval=5 >&4
-exec 4>&-
-hears 'a job every 5 s'
-ends_with 145 'a signal before its loop waits'
+exec 3<"$work/said"
+hears 'a job every 1 s'
+echo interval=86400 >"$work/changing"
+kill -s HUP "$daemon"
+hears_after_jobs 'a job every 86400 s'
+echo interval=never >"$work/changing"
+kill -s HUP "$daemon"
+hears "@NAME@: '$work/changing': interval: 'never' is not a whole number from 1 to 86400"
+cp "$work/good" "$work/changing"
+kill -s HUP "$daemon"
+hears 'a job every 1 s'
+read -r line <&3
+case $line in job*) ;; *) fail "after the reloads it said '$line'" ;; esac
+kill -s TERM "$daemon"
+ends_with 145 'three reloads'
 
 "$@" --config "$work/good" >/dev/full 2>"$work/complaint" &
 daemon=$!
@@ -91,7 +120,21 @@ refuses() {
     ends_with 2 "$complaint"
     complains "$complaint"
 }
-refuses 'interval=soon' "'soon' is not a whole number" "$@" --config "$work/bad"
-refuses 'interval = 5' "'=' sets nothing" "$@" --config "$work/bad"
-refuses '' "'0' is not a whole number" "$@" --config "$work/bad" --interval 0
-refuses '' "'$work' is not a file" "$@" --config "$work"
+refuses 'interval=soon' "'$work/bad': interval: 'soon' is not a whole number" "$@" --config "$work/bad"
+refuses 'interval = 5' "'=' sets nothing; write interval=5 without blanks" "$@" --config "$work/bad"
+refuses '#interval=9' "'#interval=' sets nothing; there are no comments" "$@" --config "$work/bad"
+refuses "$(printf '\357\273\277interval=5')" "'\\xef\\xbb\\xbfinterval=' sets nothing" "$@" --config "$work/bad"
+refuses "$(printf 'interval=5\033')" "'5\\x1b' is not a whole number" "$@" --config "$work/bad"
+refuses '' "--interval: '0' is not a whole number" "$@" --config "$work/bad" --interval 0
+refuses '' "'$work': Is a directory" "$@" --config "$work"
+refuses '' "'$work/none': No such file or directory" "$@" --config "$work/none"
+refuses '' "'stop' is no option" "$@" stop
+refuses '' "'stop' is no option" "$@" -si 5 --config "$work/good" --interval=5 stop --help
+refuses '' "--interval: 'x' is not a whole number" "$@" --version --interval x
+"$@" --version | grep '^@NAME@ [0-9]' || fail '--version'
+"$@" --help | grep '^Usage: ' || fail '--help'
+
+"$@" --help >/dev/full 2>"$work/complaint" &
+daemon=$!
+ends_with 1 'no room for the help'
+complains 'write to standard output: '

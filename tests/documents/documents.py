@@ -25,6 +25,7 @@ PAGES = [page for page in SOURCE.rglob("*.md") if page.relative_to(SOURCE).parts
 
 # What fragments are about without saying so.
 PRELUDE = "".join(f"#include <{header.relative_to(SOURCE / 'include')}>\n" for header in HEADERS) + """
+#include <unistd.h>
 #include <atomic>
 #include <cerrno>
 #include <fcntl.h>
@@ -45,6 +46,8 @@ int unattended;
 std::string reportedByDevice;
 Job job;
 bool alive();
+extern std::atomic<int> loopIsNext;
+extern const int signum;
 bool parsePort(const std::string& text, int& port);
 void run(const Job&);
 void work();

@@ -1,9 +1,9 @@
 #!/bin/sh
-# new_daemon.sh BUILD_DIR COMPILER: installs the library to a place of its own and there makes a daemon, which is built without
-# a warning, passes its own test, and has a unit that systemd-analyze finds good.
-# Then what is refused. Without systemd-analyze the test counts as skipped (status 77), at the end.
+# new_daemon.sh BUILD_DIR COMPILER: installs the library to a new directory and there makes a daemon, which is built without
+# a warning and passes its own test. Its reports to a service manager, its scripts and its unit are tried as well.
+# Then what is refused. Without root, busybox or systemd-analyze the test counts as skipped (status 77), at the end.
 set -eu
-build=$1 compiler=$2
+build=$1 compiler=$2 here=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 prefix=$work/prefix
@@ -16,6 +16,7 @@ fail() {
 }
 
 cd "$work"
+"$new_daemon" --help | grep '^  brindle-new-daemon NAME'
 "$new_daemon" pump-1d
 if grep -r '@NAME@' pump-1d; then fail 'the name is not everywhere'; fi
 built=$work/built
@@ -24,17 +25,56 @@ cmake -G Ninja -S "$work/pump-1d" -B "$built" -DCMAKE_CXX_COMPILER="$compiler" -
 cmake --build "$built"
 ctest --test-dir "$built" --no-tests=error --output-on-failure
 
+# ends_with STATUS WHY: the daemon that was started last.
+ends_with() {
+    status=0
+    wait "$daemon" || status=$?
+    [ "$status" -eq "$1" ] || fail "$2: status $status, not $1"
+}
+
+# Started with both signals blocked, and its start blocks as well.
+mkfifo never
+env --block-signal=INT,TERM "$built/pump-1d" --config never &
+daemon=$!
+exec 3>never
+kill -s TERM "$daemon"
+ends_with 145 'started with the signals blocked'
+exec 3>&-
+
+# The system makes no thread for an expiry, since the daemon may have no more memory.
+mkfifo speech
+"$built/pump-1d" --interval 2 >speech 2>complaint &
+daemon=$!
+exec 3<speech
+read -r line <&3
+until grep -q '^State:.S' "/proc/$daemon/status"; do :; done # its timer has started
+prlimit --pid "$daemon" --as=1
+ends_with 1 'no thread for an expiry'
+exec 3<&-
+grep 'no expiry for three periods' complaint
+echo "heard '$line'"
+
 cmake --install "$built"
 echo interval=7 >"$prefix/etc/pump-1d.conf"
 cmake --install "$built" >"$work/again.log"
 grep -qx interval=7 "$prefix/etc/pump-1d.conf" || fail 'a new installation overwrites the settings'
-cmake --install "$built" --component openrc
-sh -n "$prefix/etc/init.d/pump-1d"
+for script in openrc init procd; do
+    rm -f "$prefix/etc/init.d/pump-1d" # has OpenRC's until procd's comes
+    cmake --install "$built" --component "$script"
+done
 "$prefix/sbin/pump-1d" --help | grep -F "Default: $prefix/etc/pump-1d.conf"
 unit=$prefix/lib/systemd/system/pump-1d.service
-# What test.sh has found both signals to end the daemon with; and a SIGHUP would end it as a failure.
+# What test.sh has found both signals to end the daemon with.
 grep -x 'SuccessExitStatus=132 145' "$unit"
-if grep '^ExecReload' "$unit"; then fail 'the daemon reloads nothing'; fi
+"$here/notify.py" "$prefix/sbin/pump-1d"
+
+# The scripts for small systems. script/lint checks OpenRC's, which is not started here.
+skipped=
+if [ "$(id -u)" -eq 0 ] && command -v busybox && unshare --mount true; then
+    unshare --mount "$here/services.sh" "$prefix" "$work"
+else
+    skipped='the scripts for busybox and procd, which need root, mount namespaces and busybox'
+fi
 
 # refused COMPLAINT NAME [DIRECTORY]: in one line, with status 2, and with nothing done.
 refused() {
@@ -70,8 +110,8 @@ for directory in empty new; do
 done
 (cd empty && "$new_daemon" abcdefghijklmnopqrstuvwxyz-1234 .)
 
-if ! command -v systemd-analyze; then
-    echo 'skipped: there is no systemd-analyze here'
+if [ -n "$skipped" ] || ! command -v systemd-analyze; then
+    echo "skipped: ${skipped:-the unit, which needs systemd-analyze}"
     exit 77
 fi
 # It also ends with 0 where it only ignores a line.
