@@ -177,7 +177,8 @@ TEST(Version, ReadsALevelFromEachPieceOrNamesTheOneThatItCannotRead)
     const std::string manyDots = "x" + std::string(100'000, '.');
     allocations::largest = 0;
     EXPECT_THROW(static_cast<void>(Version(manyDots)), std::runtime_error);
-    EXPECT_LE(allocations::largest, 3 * manyDots.size()); // the message has copies, but there is no room for 100,001 levels
+    EXPECT_LE(allocations::largest,
+              3 * manyDots.size()); // the message has copies, but there is no room for 100,001 levels
 }
 
 // All of up to four levels from 0 to 2, beside the levels as a text that goes on with zeros.

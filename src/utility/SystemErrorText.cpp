@@ -24,7 +24,7 @@ namespace {
 std::string systemErrorText(int error)
 {
     const int errnoBefore = errno; // some libcs change it for a code without a text
-    char buffer[80] = ""; // a POSIX strerror_r may leave it alone, too
+    char buffer[80] = "";          // a POSIX strerror_r may leave it alone
     const char* const text = textFrom(strerror_r(error, buffer, sizeof buffer), buffer);
     errno = errnoBefore;
     return text;
