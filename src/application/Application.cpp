@@ -2,7 +2,8 @@
 
 namespace brindle {
 
-// On alpha a store of one byte rewrites the aligned eight bytes around it, so nothing else that changes may lie there.
+// On alpha a store of one byte rewrites the aligned eight bytes around it. The handler stores, so nothing may lie there
+// that another thread changes then: recordGate and processIsBeingEnded have the same alignment, so they lie elsewhere.
 alignas(8) std::atomic<bool> Application::HasApplicationTerminated = false;
 
 Application& Application::app()

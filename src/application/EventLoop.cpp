@@ -28,7 +28,7 @@ constexpr int EXIT_ATTEMPTS = 100;
 constexpr long ATTEMPT_INTERVAL_NS = 200'000'000;
 constexpr int SIGNAL_EXIT_CODE_BASE = 130;
 
-std::atomic_flag processIsBeingEnded = ATOMIC_FLAG_INIT; // by forceExit()
+alignas(8) std::atomic_flag processIsBeingEnded = ATOMIC_FLAG_INIT; // by forceExit(); aligned as recordGate is
 thread_local bool thisThreadEndsTheProcess = false;
 
 [[noreturn]] void waitForTheEndOfTheProcess()

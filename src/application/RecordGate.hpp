@@ -67,6 +67,6 @@ private:
 #endif
 };
 
-inline RecordGate recordGate;
+alignas(8) inline RecordGate recordGate; // not in the eight bytes of Application::HasApplicationTerminated
 
 }
