@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 using brindle::time::Timer;
 
@@ -22,8 +24,9 @@ int timer_create(clockid_t clock, sigevent* event, timer_t* id) noexcept
 {
     EXPECT_TRUE(clock == CLOCK_REALTIME && period == NONE);
     errno = EAGAIN;
-    period = failing == 'c' ? NONE : 0;
-    return failing == 'c' ? -1 : REAL_CALL(timer_create)(clock, event, id);
+    const int result = failing == 'c' ? -1 : REAL_CALL(timer_create)(clock, event, id);
+    period = result == 0 ? 0 : NONE;
+    return result;
 }
 
 int timer_settime(timer_t id, int flags, const itimerspec* spec, itimerspec* old) noexcept
@@ -69,4 +72,17 @@ TEST(Timer, HasOneTimerFromStartToStopWithTheDurationOfItsStart)
             ASSERT_TRUE(expected == period && duration == timer.duration()) << steps << ", step " << position;
         }
     });
+}
+
+TEST(Timer, LeavesNoThreadBehindWhereTheSystemHasNoTimerLeft)
+{
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_SIGPENDING, &none);
+    struct stat before = {}, after = {}; // the directory has a link for each thread
+    Timer timer(1);
+    EXPECT_EQ(-1, timer.start()); // with glibc this makes the thread that serves all timers
+    stat("/proc/self/task", &before);
+    EXPECT_EQ(-1, timer.start());
+    stat("/proc/self/task", &after);
+    EXPECT_EQ(before.st_nlink, after.st_nlink);
 }
