@@ -12,6 +12,8 @@ namespace brindle {
 
 namespace {
 
+static_assert(sizeof(off_t) == 8, "else a file of 2 GiB or more cannot be opened");
+
 constexpr std::size_t PIECE = 16'384;
 constexpr std::size_t BIG = 4'194'304;
 

@@ -3,7 +3,8 @@
 # - exports just the names that SYMBOLS lists for Debian's packages, with the version that brought each;
 # - is called libbrindle.so.1 in a file libbrindle.so.1.MINOR.PATCH, has its symbols bound when it is loaded, and is never
 #   unloaded;
-# - has no atomic operation done by libatomic, which may lock: a signal handler could wait for its own thread.
+# - has no atomic operation done by libatomic, which may lock: a signal handler could wait for its own thread;
+# - does not call strerror(), whose buffer threads share on some C libraries.
 # To add new names: nm -D --defined-only LIBRARY | sed -n 's/.* \(_Z.*\)@@/ \1@/p' | LC_ALL=C sort -u
 set -eu
 printf '%s\n' "${1##*/}" | grep -qx 'libbrindle\.so\.1\.[0-9]*\.[0-9]*' || { echo "$1 is not libbrindle.so.1.MINOR.PATCH" >&2; exit 1; }
@@ -16,6 +17,10 @@ LC_ALL=C readelf -lW "$1" | grep '^ *TLS ' >/dev/null || {
   exit 1
 }
 if nm -D --undefined-only "$1" | grep ' __atomic_'; then echo "$1 needs libatomic" >&2; exit 1; fi
+if nm -D --undefined-only "$1" | grep ' strerror\(@.*\)\?$'; then
+  echo "$1 asks for texts in a buffer that all threads may share" >&2
+  exit 1
+fi
 exported=$(nm -D --defined-only "$1" | sed -n 's/.* \(_Z.*\)@@/\1@/p' | LC_ALL=C sort -u)
 listed=$(sed -n 's/^ \(_Z.*\) [0-9.]*$/\1/p' "$2" | LC_ALL=C sort -u)
 if [ "$exported" != "$listed" ]; then
