@@ -3,6 +3,7 @@
 
 The datagrams must tell of the worker: they stop while its write blocks, although the timer and the main thread go on.
 """
+import atexit
 import os
 import signal
 import socket
@@ -23,6 +24,7 @@ class Manager:
         environment = dict(os.environ, NOTIFY_SOCKET=address, WATCHDOG_USEC="10000000")
         self.output, output = os.pipe()
         self.daemon = subprocess.Popen([sys.argv[1], "--config", self.settings], env=environment, stdout=output)
+        atexit.register(self.daemon.kill)  # no effect on one that has ended
         self.input = output
 
     def configure(self, interval):

@@ -11,6 +11,15 @@ fail() {
     exit 1
 }
 
+is_running() {
+    [ "$(readlink "/proc/$1/exe")" = "$prefix/sbin/pump-1d" ]
+}
+
+finish() {
+    kill "$logger"
+    if is_running "$(cat "$PIDFILE" 2>/dev/null)"; then kill -s KILL "$(cat "$PIDFILE")"; fi
+}
+
 chmod 755 "$work" # the daemon is nobody
 mkdir "$work/dev" "$work/run" "$work/tools"
 for device in null zero urandom; do
@@ -25,7 +34,7 @@ mkfifo "$OUTPUT"
 exec 3<>"$OUTPUT"
 "$here/syslog.py" /dev/log >&3 &
 logger=$!
-trap 'kill "$logger"' EXIT
+trap finish EXIT
 until [ -S /dev/log ]; do kill -0 "$logger"; done
 
 # logs LINE: the next but jobs, and but what a daemon says that is stopped right after its start.
@@ -35,10 +44,6 @@ logs() {
     done
     [ "$line" = "$1" ] || fail "the log has '$line', not '$1'"
     echo "$line"
-}
-
-is_running() {
-    [ "$(readlink "/proc/$1/exe")" = "$prefix/sbin/pump-1d" ]
 }
 
 # a_life SYSTEM INFO ERR COMMAND...: the log marks a line with INFO or ERR. A stop right after the start comes first.
@@ -81,3 +86,8 @@ chmod 700 "$prefix/etc"
 status=0
 said=$(start-stop-daemon -S -c nobody -x "$prefix/sbin/pump-1d" 2>&1) || status=$?
 [ "$status: $said" = "2: pump-1d: '$settings': Permission denied" ] || fail "$status: $said"
+
+# The system makes no thread: a user that runs nothing else may have one.
+status=0
+said=$(prlimit --nproc=1 setpriv --reuid=61234 --clear-groups "$prefix/sbin/pump-1d" 2>&1) || status=$?
+[ "$status: $said" = '1: pump-1d: make the thread for signals: Resource temporarily unavailable' ] || fail "$status: $said"
