@@ -60,9 +60,9 @@ private:
 void reserveInLargePages(std::string& text, std::size_t size)
 {
     text.reserve(size);
-    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const std::uintptr_t begin = (reinterpret_cast<std::uintptr_t>(text.data()) + page - 1) / page * page;
-    madvise(reinterpret_cast<void*>(begin), size - page, MADV_HUGEPAGE); // without them it is slower, and that is all
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    const std::size_t beforeFirstPage = (page - reinterpret_cast<std::uintptr_t>(text.data()) % page) % page;
+    madvise(text.data() + beforeFirstPage, size - page, MADV_HUGEPAGE); // without them it is slower, and that is all
 }
 
 }
