@@ -176,7 +176,6 @@ TEST(Init, MayBeCalledAgainAndLeavesNoSignalBlockedAfterAFork)
         }
         int status = -1;
         waitpid(child, &status, 0);
-        std::cerr.setstate(std::ios::badbit); // so that APR's end is not told
         return isSound && status == 0 ? 0 : 1;
     });
 }
@@ -233,7 +232,6 @@ TEST(Option, IsCopiedIntoAVectorAndNotHalfChangedWhereMemoryRunsOut)
     list.emplace_back("port", 'p', true, "Port to listen on. ");
     list.back().setDefault("80");
     list.emplace_back("host", 'h', true, "");
-    EXPECT_EQ("80", list[0].argument());
     allocations::untilFailure = 2; // the first is the copy of the value
     EXPECT_THROW(list[0].setDefault("a port that is longer than any short string"), std::bad_alloc);
     EXPECT_EQ("80", list[0].argument());

@@ -6,7 +6,6 @@
 
 #include <csignal>
 #include <pthread.h>
-#include <sched.h>
 #include <thread>
 #include <unistd.h>
 
