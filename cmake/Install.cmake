@@ -1,9 +1,14 @@
 # cmake --install lays down the library, its headers, the CMake package, the pkg-config module, and what makes new daemons.
+# Of its components Runtime is what programs need, Development what building them needs, and Tools makes new daemons.
 include(CMakePackageConfigHelpers)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME Development)
 
 set(BRINDLE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/brindle)
 
-install(TARGETS brindle EXPORT brindle-targets FILE_SET HEADERS)
+install(TARGETS brindle EXPORT brindle-targets
+  LIBRARY COMPONENT Runtime NAMELINK_COMPONENT Development
+  ARCHIVE
+  FILE_SET HEADERS)
 install(EXPORT brindle-targets NAMESPACE brindle:: DESTINATION ${BRINDLE_PACKAGE_DIR})
 
 configure_package_config_file(
@@ -20,6 +25,9 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR BASE_DIRECTORY ${CMAKE_IN
   OUTPUT_VARIABLE BRINDLE_INCLUDEDIR)
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
   OUTPUT_VARIABLE BRINDLE_PC_TO_PREFIX)
+# What a program that links libbrindle.a links, too. "Requires.private: apr-1 uuid" would have APR's -D_GNU_SOURCE compile it.
+list(JOIN BRINDLE_APR_STATIC_LDFLAGS " " BRINDLE_APR_LIBS)
+list(JOIN BRINDLE_UUID_STATIC_LDFLAGS " " BRINDLE_UUID_LIBS)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/brindle.pc.in ${PROJECT_BINARY_DIR}/brindle.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/brindle.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
@@ -29,5 +37,6 @@ if(BRINDLE_INSTALL_DOCS)
 endif()
 
 # The script looks for ../share/brindle/daemon from where it lies.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME Tools)
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/script/new-daemon DESTINATION ${CMAKE_INSTALL_BINDIR} RENAME brindle-new-daemon)
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/templates/daemon DESTINATION ${CMAKE_INSTALL_DATADIR}/brindle USE_SOURCE_PERMISSIONS)
