@@ -146,6 +146,7 @@ def problem(block, prefix, directory):
     if block.language == "cpp":
         return compiling(directory / "block.cpp", f'#line {block.number} "{block.file}"\n{block.text}')
     if block.language == "cmake":
+        (directory / "brindle").symlink_to(SOURCE)
         (directory / "CMakeLists.txt").write_text("cmake_minimum_required(VERSION 3.25)\nproject(block LANGUAGES CXX)\n"
                                                   "add_executable(program program.cpp)\n" + block.text)
         return complaint("cmake", "-G", "Ninja", "-S", directory, "-B", directory / "build",
