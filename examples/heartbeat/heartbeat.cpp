@@ -26,6 +26,8 @@ using brindle::utility::generateUuid;
 using brindle::utility::SystemException;
 using brindle::utility::Version;
 
+const char service::NAME[] = "heartbeat";
+
 namespace {
 
 const std::vector<std::string> VALUED = {"-c", "--config", "-m", "--name", "-n", "--beats", "-i", "--interval"};

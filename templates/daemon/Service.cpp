@@ -79,7 +79,7 @@ void sendTo(const char* path, const std::string& state)
 
 void useSyslog()
 {
-    openlog(DAEMON_NAME, LOG_PID, LOG_DAEMON);
+    openlog(NAME, LOG_PID, LOG_DAEMON);
     toSyslog = 1;
 }
 
@@ -99,11 +99,13 @@ void complain(std::string_view what)
         syslog(LOG_ERR, "%.*s", static_cast<int>(what.size()), what.data());
         return;
     }
-    char name[] = DAEMON_NAME ": ";
+    char colon[] = ": ";
     char end[] = "\n";
-    const iovec parts[] = {
-        {name, sizeof name - 1}, {const_cast<char*>(what.data()), what.size()}, {end, sizeof end - 1}};
-    [[maybe_unused]] const ssize_t written = writev(STDERR_FILENO, parts, 3); // a failure could not be said
+    const iovec parts[] = {{const_cast<char*>(NAME), std::strlen(NAME)},
+                           {colon, sizeof colon - 1},
+                           {const_cast<char*>(what.data()), what.size()},
+                           {end, sizeof end - 1}};
+    [[maybe_unused]] const ssize_t written = writev(STDERR_FILENO, parts, 4); // a failure could not be said
 }
 
 void endAfter(std::string_view failure)

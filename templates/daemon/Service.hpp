@@ -7,8 +7,11 @@
 #include <string>
 #include <string_view>
 
-/// Messages, the service manager, and a worker that a timer gives jobs. Needs DAEMON_NAME, which CMakeLists.txt defines.
+/// Messages, the service manager, and a worker that a timer gives jobs.
 namespace service {
+
+/// What messages begin with. The program defines it.
+extern const char NAME[];
 
 /// From now on messages go to syslog(3): those of say() with priority "info", those of complain() with "err".
 void useSyslog();

@@ -15,6 +15,8 @@
 using brindle::Application;
 using brindle::Option;
 
+const char service::NAME[] = "@NAME@";
+
 namespace {
 
 /// Your work goes here. An exception ends the daemon with status 1. The end of the program does not wait for a job that is

@@ -108,9 +108,18 @@ case $way in
         grep -q "^  VERSION $(pkg-config --modversion brindle)\$" "$source/CMakeLists.txt"
         mkdir "$work/build"
         compile "$work/build/program" "$work/main.cpp"
-        # So do the examples, which Debian's package has there.
-        examples=$source/examples
-        if [ -z "$build" ]; then examples=/usr/share/doc/libbrindle-dev/examples; fi
+        # So do the examples, each from where Debian's package lays it: by its list here, installed elsewhere.
+        examples=usr/share/doc/libbrindle-dev/examples
+        if [ -n "$build" ]; then
+            while read -r files directory; do
+                mkdir -p "$work/$directory"
+                # shellcheck disable=SC2086 # a pattern
+                cp -R "$source"/$files "$work/$directory"
+            done <"$source/debian/libbrindle-doc.install"
+            examples=$work/$examples
+        else
+            examples=/$examples
+        fi
         for example in minimal.cpp entries.cpp sensor.cpp 'heartbeat/*.cpp'; do
             # shellcheck disable=SC2086 # a pattern
             compile "$work/example" "$examples"/$example
