@@ -1,10 +1,11 @@
 #!/bin/sh
-# shared_library.sh LIBRARY SYMBOLS: fails unless the library
+# shared_library.sh LIBRARY SYMBOLS [SIZE]: fails unless the library
 # - exports just the names that SYMBOLS lists for Debian's packages, with the version that brought each;
 # - is called libbrindle.so.1 in a file libbrindle.so.1.MINOR.PATCH, has its symbols bound when it is loaded, and is never
 #   unloaded;
 # - has no atomic operation done by libatomic, which may lock: a signal handler could wait for its own thread;
-# - does not call strerror(), whose buffer threads share on some C libraries.
+# - does not call strerror(), whose buffer threads share on some C libraries;
+# - takes at most SIZE bytes, stripped.
 # To add new names: nm -D --defined-only LIBRARY | sed -n 's/.* \(_Z.*\)@@/ \1@/p' | LC_ALL=C sort -u
 set -eu
 printf '%s\n' "${1##*/}" | grep -qx 'libbrindle\.so\.1\.[0-9]*\.[0-9]*' || { echo "$1 is not libbrindle.so.1.MINOR.PATCH" >&2; exit 1; }
@@ -27,4 +28,14 @@ if [ "$exported" != "$listed" ]; then
   echo "$1 and $2 differ in these names:" >&2
   printf '%s\n' "$exported" "$listed" | LC_ALL=C sort | uniq -u >&2
   exit 1
+fi
+if [ -n "${3:-}" ]; then
+  stripped=$(mktemp)
+  trap 'rm "$stripped"' EXIT
+  strip -o "$stripped" "$1"
+  size=$(stat -c %s "$stripped")
+  if [ "$size" -gt "$3" ]; then
+    echo "$1 takes $size bytes, stripped, and should take at most $3" >&2
+    exit 1
+  fi
 fi
