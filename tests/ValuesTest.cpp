@@ -1,4 +1,5 @@
 #include "StandIns.hpp"
+#include "Twins.hpp"
 #include "config/KeyOrder.hpp"
 
 #include <brindle/Configuration.hpp>
@@ -48,17 +49,6 @@ Entries entriesOf(const std::string& path)
     EXPECT_FALSE(configuration.readCfgFile(".") || configuration.readCfgFile("") ||
                  configuration.isValid()); // which leave them alone
     return configuration.entries;
-}
-
-// The naive twin.
-Entries plainEntries(const std::string& content)
-{
-    static const std::regex form("([^=\\s]*)=(\\S*)");
-    Entries entries;
-    for (std::sregex_iterator word(content.begin(), content.end(), form), end; word != end; ++word) {
-        entries[word->str(1)] = word->str(2);
-    }
-    return entries;
 }
 
 // What look-ups of "a" and "b" give, or "-" where they give nothing.
