@@ -250,7 +250,10 @@ TEST(Help, LeavesTheWidthOfAFailedStreamAtZero)
 TEST(Help, ShowsEveryOptionInOrderAsItsDescriptionIsNow)
 {
     Application& app = Application::app();
-    expectEnd(2, "Usage: demo \n\n\n\n", [&app] { return start("") + app.printHelp(true); });
+    expectEnd(2, "Usage: demo \n\n\n\n", [&app] {
+        executable = "demo"; // without a slash
+        return start("") + app.printHelp(true);
+    });
     start("-a");
     app.setForeword("replaced");
     app.setForeword("[options] file");
