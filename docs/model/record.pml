@@ -105,7 +105,7 @@ inline storeExitCode(code)
     }
 }
 
-// -- RecordGate
+// -- CountingGate
 
 inline enterGate()
 {

@@ -1,17 +1,16 @@
-// How a program is told to end: a thread waits in runEventLoop(), exit() or the signal handler releases it, and the
-// record's destructor waits until every user of the record has left.
+// The end of a program, from the request to the destruction of the record: a thread waits in runEventLoop(), exit()
+// or the signal handler releases it, and the record's destructor waits until every user of the record has left.
 //
 // Two rules hold for the holder of the application mutex; docs/ending.md gives the reasons.
 // 1. Every asynchronous signal is blocked in the holder, so no handler runs on it.
 // 2. The holder waits for nothing else: it does not allocate, print, sleep or take another lock.
 
 #include "application/ApplicationImpl.hpp"
-#include "application/Diagnostics.hpp"
-#include "application/LoopQueue.hpp"
-#include "application/RecordGate.hpp"
+#include "application/CountingGate.hpp"
+#include "application/PrintError.hpp"
+#include "application/RecordLock.hpp"
 #include "application/SignalMask.hpp"
-
-#include <brindle/threads/ScopedLock.hpp>
+#include "threads/WaiterQueue.hpp"
 
 #include <atomic>
 #include <cerrno>
@@ -28,7 +27,7 @@ constexpr int EXIT_ATTEMPTS = 100;
 constexpr long ATTEMPT_INTERVAL_NS = 200'000'000;
 constexpr int SIGNAL_EXIT_CODE_BASE = 130;
 
-alignas(8) std::atomic_flag processIsBeingEnded = ATOMIC_FLAG_INIT; // by forceExit(); aligned as recordGate is
+alignas(8) std::atomic_flag processIsBeingEnded = ATOMIC_FLAG_INIT; // by forceExit(); alignment as for recordGate
 thread_local bool thisThreadEndsTheProcess = false;
 
 [[noreturn]] void waitForTheEndOfTheProcess()
@@ -38,8 +37,8 @@ thread_local bool thisThreadEndsTheProcess = false;
     }
 }
 
-// Sleeps until a point in time. The rest of a relative sleep grows a little with every interruption, so under
-// frequent signals it would never end.
+// Sleeps until a point in time. Each interruption rounds the rest of a relative sleep up, so under frequent signals a
+// relative sleep would never end.
 void sleepForAnAttemptInterval()
 {
     constexpr long SECOND_NS = 1'000'000'000;
@@ -72,16 +71,16 @@ void sleepForAnAttemptInterval()
 // The steps of CondVar::wait(), with the signals blocked exactly while the mutex is held.
 int Application::runEventLoop()
 {
-    const RecordGate::Pass pass(recordGate);
+    const CountingGate::Pass pass(recordGate);
     if (!pass) {
         waitForTheEndOfTheProcess();
     }
     threads::CondVar::WaitingCondition self; // before the mutex: pthread_getschedparam may take a lock
     SignalsBlocked blocked;
-    threads::ScopedLock lock(appImpl.mutex.get());
-    LoopQueue::add(*appImpl.condVar, self);
+    RecordLock lock(appImpl.mutex.get());
+    threads::WaiterQueue::add(*appImpl.condVar, self);
     lock.unlock();
-    blocked.unblock(); // the handler of a pending signal runs here, and finds the loop queued
+    blocked.unblock(); // the handler of a pending signal runs here and finds the loop queued
     self.wait();
     blocked.block();
     lock.relock();
@@ -105,43 +104,40 @@ void Application::exit(int code)
 bool Application::ApplicationImpl::tryExit(int code)
 {
     const SignalsBlocked blocked;
-    const RecordGate::Pass pass(recordGate);
+    const CountingGate::Pass pass(recordGate);
     if (!pass) {
         return true;
     }
     ApplicationImpl& record = impl();
-    pthread_mutex_lock(record.mutex.get());
+    const RecordLock lock(record.mutex.get());
     record.exitCode = code;
-    const bool released = record.condVar->signal();
-    pthread_mutex_unlock(record.mutex.get());
-    return released;
+    return record.condVar->signal();
 }
 
 // The interrupted thread cannot hold the mutex, because holders block every signal, and a holder never blocks. So the
 // lock is always granted. The loop queues itself before it unlocks, so a signal that comes while it waits finds it.
-// Nothing here allocates or prints. It is a member function's body, and not inlined there: see below.
+// Nothing here allocates or prints. application_exit_signal() must not inline this function: see there.
 [[gnu::noinline]] void Application::ApplicationImpl::requestExitForSignal(int signum)
 {
     const SignalsBlocked blocked; // `signal` blocks only the signal being handled
-    const RecordGate::Pass pass(recordGate);
+    const CountingGate::Pass pass(recordGate);
     if (!pass) {
         HasApplicationTerminated = true;
         return;
     }
     ApplicationImpl& record = impl();
-    pthread_mutex_lock(record.mutex.get());
+    const RecordLock lock(record.mutex.get());
     record.exitCode = signum + SIGNAL_EXIT_CODE_BASE;
     record.condVar->signal();
     HasApplicationTerminated = true; // the released loop needs the mutex, so it returns after this
-    pthread_mutex_unlock(record.mutex.get());
 }
 
-// Cancellation may interrupt the handler: glibc makes it asynchronous while a thread blocks in a cancellation point, and
-// the handler may have interrupted that call. Here it does no harm, because this function has nothing to clean up. Inside
-// requestExitForSignal() it would lose the mutex, so it is deferred there and acts at the end.
+// Cancellation may interrupt the handler: glibc makes it asynchronous while a thread blocks in a cancellation point,
+// and the handler may have interrupted that call. In this function a cancellation does no harm, because there is
+// nothing to clean up. In requestExitForSignal() it would lose the mutex, so it is deferred until that returns.
 //
-// The type is set, not the state: glibc has already sent the cancellation signal when it finds the state disabled, and
-// musl drops that signal then.
+// The type is set, not the state: musl discards a cancellation signal that arrives while the state is disabled, and the
+// cancelled thread then blocks for ever.
 void Application::ApplicationImpl::application_exit_signal(int signum)
 {
     const int interruptedErrno = errno;
@@ -155,11 +151,11 @@ void Application::ApplicationImpl::application_exit_signal(int signum)
 Application::ApplicationImpl::~ApplicationImpl()
 {
     int cancelState = PTHREAD_CANCEL_ENABLE;
-    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState); // usleep is a cancellation point; a destructor is not
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState); // or usleep() could unwind the destructor
     recordGate.close();
     while (isInUse()) {
         // A sleep, not a yield: a real-time thread that yields still keeps threads of lower priority off the processor.
-        // A signal that cuts the sleep short only brings the next look forward.
+        // A signal that ends the sleep early does no harm.
         usleep(1000);
     }
     pthread_setcancelstate(cancelState, nullptr);
@@ -168,16 +164,16 @@ Application::ApplicationImpl::~ApplicationImpl()
     condVar.clean();
 }
 
-// A loop that sleeps in its wait is inside the gate but uses nothing. It touches the record again only when it is
-// released. Once the gate is closed and every other user has left, nothing can release it.
+// A loop that sleeps is inside the gate but does not use the record before it is released. Once the gate is closed and
+// every other user has left, nothing can release it.
 bool Application::ApplicationImpl::isInUse() const
 {
     if (recordGate.inside() == 0) {
-        return false; // without init() there is no mutex to lock
+        return false; // without init() the mutex is not initialised
     }
     const SignalsBlocked blocked;
-    const threads::ScopedLock lock(mutex.get());
-    return recordGate.inside() != LoopQueue::waiting(*condVar);
+    const RecordLock lock(mutex.get());
+    return recordGate.inside() != threads::WaiterQueue::count(*condVar);
 }
 
 }

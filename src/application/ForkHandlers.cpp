@@ -1,9 +1,9 @@
 #include "application/ForkHandlers.hpp"
 
 #include "application/ApplicationImpl.hpp"
-#include "application/LoopQueue.hpp"
-#include "application/RecordGate.hpp"
+#include "application/CountingGate.hpp"
 #include "application/SignalMask.hpp"
+#include "threads/WaiterQueue.hpp"
 
 #include <pthread.h>
 
@@ -11,11 +11,11 @@ namespace brindle {
 
 namespace {
 
-// SIGINT and SIGTERM are blocked across the fork, so that the child's first one comes when its record is in order.
+// SIGINT and SIGTERM are blocked across the fork, so the child takes its first one when its record is in order.
 thread_local sigset_t maskOutsideTheFork;
 
-// The mutex is not taken here: fork itself waits for malloc's locks, and a thread inside malloc may just have
-// been interrupted by the handler, which waits for the mutex.
+// The mutex is not locked here. fork() waits for malloc's locks, and a thread inside malloc may just have been
+// interrupted by the handler, which waits for the mutex.
 void beforeFork()
 {
     blockSignals(terminationSignals(), &maskOutsideTheFork);
@@ -26,14 +26,15 @@ void afterForkInParent()
     unblockSignals(terminationSignals(), maskOutsideTheFork);
 }
 
-void afterForkInChild()
+// Uses the record without the mutex, since the child has one thread.
+void afterForkInChild() BRINDLE_CHECKED_BY_CLANG(no_thread_safety_analysis)
 {
-    recordGate.forgetEverybody();
-    const RecordGate::Pass pass(recordGate);
+    recordGate.forgetUsers();
+    const CountingGate::Pass pass(recordGate);
     if (pass) {
         const Application::ApplicationImpl& record = Application::ApplicationImpl::impl();
         pthread_mutex_init(record.mutex.get(), nullptr);
-        LoopQueue::forgetWaiters(*record.condVar);
+        threads::WaiterQueue::clear(*record.condVar);
     }
     unblockSignals(terminationSignals(), maskOutsideTheFork);
 }
@@ -42,8 +43,8 @@ void afterForkInChild()
 
 void registerForkHandlers()
 {
-    // Once: a second beforeFork() would save the mask that the first has made. It can only fail for want of memory; a
-    // program that does not fork then misses nothing.
+    // Once only: a second beforeFork() would save the mask that the first one has changed. The registration fails only
+    // without memory. Then a later init() tries again, and the child of a fork cannot be ended.
     static bool registered = false;
     if (!registered) {
         registered = pthread_atfork(beforeFork, afterForkInParent, afterForkInChild) == 0;

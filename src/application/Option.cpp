@@ -33,7 +33,7 @@ std::string Option::argument() const
 
 void Option::setDefault(std::string value)
 {
-    std::string withDefault = description; // first, since this may fail
+    std::string withDefault = description; // first, so that a std::bad_alloc changes nothing
     withDefault += "Default: ";
     withDefault.append(value.data(), value.size());
     argumentText = std::move(value);

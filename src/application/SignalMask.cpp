@@ -16,7 +16,7 @@ sigset_t terminationSignals() noexcept
 sigset_t asynchronousSignals() noexcept
 {
     sigset_t signals;
-    sigfillset(&signals); // leaves out the C library's own
+    sigfillset(&signals); // without the C library's internal signals
     for (const int raisedByAnInstruction : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS}) {
         sigdelset(&signals, raisedByAnInstruction);
     }

@@ -7,14 +7,14 @@ namespace brindle {
 /// SIGINT and SIGTERM.
 sigset_t terminationSignals() noexcept;
 
-/// Every signal that a thread can postpone: all but those that the C library keeps for itself, and those that an
-/// instruction of the thread raises, which are fatal while they are blocked.
+/// Every signal that a thread can postpone. The C library's internal signals are not among them, nor are those that an
+/// instruction raises, such as SIGSEGV: raised while blocked, they kill the process.
 sigset_t asynchronousSignals() noexcept;
 
-/// Blocks @p signals in the calling thread; @p previous receives the mask that it had.
+/// Blocks @p signals in the calling thread and stores its earlier mask in @p previous.
 void blockSignals(const sigset_t& signals, sigset_t* previous) noexcept;
 
-/// Unblocks those of @p signals that @p previous does not block.
+/// Unblocks those of @p signals that are not in the mask @p previous.
 ///
 /// Setting the whole mask instead would unblock musl's internal signal 32, which `pthread_sigmask` does not report, and
 /// kill the process in a timer callback.

@@ -1,4 +1,4 @@
-// Apart from the rest because it is compiled for speed: src/CMakeLists.txt says so.
+// A source by itself, because src/CMakeLists.txt has it compiled for speed.
 
 #include <brindle/Configuration.hpp>
 

@@ -7,10 +7,12 @@
 
 namespace brindle {
 
-// A radix sort from the most significant digit on (MSD), whose digits are heads: the next seven bytes of a key. To compare
-// two keys is to wait for two cold places of a large text, so every entry has its head with it. Entries are sorted by their
-// heads; each run of equal heads gets new ones, from behind what its keys have in common, and is sorted again. After a few
-// rounds that ends: where only one of many long keys drops out of each round, the rest takes longer than it saves.
+// An MSD radix sort (most significant digit first) whose digits are heads: the next seven bytes of a key.
+//
+// A comparison of two keys would wait for two places of a large text that are in no cache. So each entry carries its
+// head. A round sorts entries by their heads. Each run of equal heads gets new heads, from behind the common part of
+// its keys, and is sorted again. The number of rounds is limited: if each round separates only one of many long keys,
+// further rounds take longer than they save.
 
 namespace {
 
@@ -21,11 +23,11 @@ struct Entry {
 
 constexpr unsigned HEAD_BYTES = 7;
 constexpr unsigned GOES_ON = HEAD_BYTES + 1;
-constexpr std::size_t FEW = 32; // fewer are sorted more quickly by comparison than by counting
-constexpr unsigned ROUNDS = 8;  // keys that these do not tell apart stay as they are
+constexpr std::size_t FEW = 32; // fewer entries are sorted faster by comparison than by counting
+constexpr unsigned ROUNDS = 8;  // keys that these do not tell apart keep their order
 
-// The lowest byte tells how many bytes there are, so an end comes before a zero byte, and equal heads of keys that do not
-// go on are equal keys.
+// The lowest byte of a head is the number of key bytes in it. So the end of a key sorts before a zero byte, and keys
+// that end within equal heads are equal.
 std::uint64_t headOf(const char* key)
 {
     std::uint64_t head = 0;
@@ -38,7 +40,7 @@ std::uint64_t headOf(const char* key)
     return head << 8 * (HEAD_BYTES - count) << 8 | (ends ? count : GOES_ON);
 }
 
-// How many bytes all keys, of which there are two at least, have in common from `depth` on.
+// The number of bytes that all keys, at least two, have in common from `depth` on.
 std::size_t commonLength(const char* text, const Entry* first, const Entry* last, std::size_t depth)
 {
     const char* const key = text + first->word + depth;
@@ -52,7 +54,7 @@ std::size_t commonLength(const char* text, const Entry* first, const Entry* last
     return static_cast<std::size_t>(end - key);
 }
 
-// Moves the entries to `to`, sorted by one byte of their heads alone.
+// Copies the entries to `to`, sorted by one byte of their heads.
 void distribute(const Entry* from, Entry* to, std::size_t size, unsigned byte)
 {
     const auto valueOf = [byte](const Entry& entry) { return static_cast<std::size_t>(entry.head >> 8 * byte & 0xFF); };
@@ -66,7 +68,7 @@ void distribute(const Entry* from, Entry* to, std::size_t size, unsigned byte)
     }
 }
 
-// Entries of equal heads stay in their order.
+// Stable: entries with equal heads keep their order.
 void sortFewByHead(Entry* first, Entry* last)
 {
     for (Entry* next = first; next != last; ++next) {
@@ -79,7 +81,7 @@ void sortFewByHead(Entry* first, Entry* last)
     }
 }
 
-// Entries of equal heads stay in their order.
+// Stable: entries with equal heads keep their order.
 void sortByHead(Entry* first, Entry* last, Entry* spare)
 {
     const auto size = static_cast<std::size_t>(last - first);
@@ -92,7 +94,7 @@ void sortByHead(Entry* first, Entry* last, Entry* spare)
         differences |= entry->head ^ first->head;
     }
     Entry* sorted = first;
-    for (unsigned byte = 0; byte < sizeof differences; ++byte) { // the one that counts most comes last
+    for (unsigned byte = 0; byte < sizeof differences; ++byte) { // the most significant byte comes last
         if ((differences >> 8 * byte & 0xFF) != 0) {
             distribute(sorted, spare, size, byte);
             std::swap(sorted, spare);
@@ -103,7 +105,7 @@ void sortByHead(Entry* first, Entry* last, Entry* spare)
     }
 }
 
-// Sorts entries, of which there are two at least, whose keys are equal up to `depth`.
+// Sorts entries, at least two, whose keys are equal up to `depth`.
 // NOLINTNEXTLINE(misc-no-recursion)
 void sortFrom(std::size_t depth, unsigned rounds, const char* text, Entry* first, Entry* last, Entry* spare)
 {
@@ -132,7 +134,7 @@ void sortByKey(const std::string& text, std::vector<std::size_t>& words)
     if (size < 2) {
         return;
     }
-    std::vector<Entry> entries(2 * size); // half of them spare
+    std::vector<Entry> entries(2 * size); // the second half is spare
     for (std::size_t place = 0; place < size; ++place) {
         entries[place].word = words[place];
     }

@@ -7,7 +7,7 @@ namespace brindle::threads {
 
 namespace {
 
-// Linux's SCHED_RESET_ON_FORK, which not every libc names: a flag that comes with the policy, but is none.
+// Linux's SCHED_RESET_ON_FORK, a flag that the system adds to the policy. Not every libc declares it.
 constexpr int RESET_ON_FORK = 0x40000000;
 
 int priorityOfThisThread()
@@ -20,8 +20,8 @@ int priorityOfThisThread()
     return realTime ? param.sched_priority : 0;
 }
 
-// The heap is made here, not by the standard library, so that the order of equal waiters is the same everywhere. The
-// children of position i are at 2i + 1 and 2i + 2. No child has a higher priority than its parent.
+// The library has a heap rather than the standard library's, so that equal waiters leave in the same order
+// everywhere. The children of position i are at 2i + 1 and 2i + 2. No child has a higher priority than its parent.
 using Heap = std::vector<CondVar::WaitingCondition*>;
 
 // Stores the waiter at the hole, or above it: the waiter passes a parent only if the parent's priority is lower.
@@ -38,8 +38,8 @@ void storeAtOrAbove(Heap& heap, std::size_t hole, CondVar::WaitingCondition* wai
     heap[hole] = waiter;
 }
 
-// Moves the hole from the front down to a position without children among the first `size`. Each step takes the child of
-// the higher priority; of equal ones, the right.
+// Moves the hole from the front down to a position that has no child among the first `size`. Each step moves the
+// child of higher priority up; of equal children, the right one.
 std::size_t moveHoleDown(Heap& heap, std::size_t size)
 {
     std::size_t hole = 0;
@@ -73,8 +73,8 @@ void CondVar::WaitingCondition::post()
 
 void CondVar::WaitingCondition::wait()
 {
-    // Any failure is waited out, not EINTR alone: some libcs report others, or a wrong errno, and to return
-    // without the token would leave the record in the heap after its frame is gone.
+    // Retries after every failure, not after EINTR alone: some libcs report other errors, or a wrong errno. A return
+    // without the token would leave a pointer to this record in the heap after the record is destroyed.
     while (sem_wait(&semaphore) != 0) {
     }
 }
@@ -82,9 +82,10 @@ void CondVar::WaitingCondition::wait()
 CondVar::CondVar() = default;
 CondVar::~CondVar() = default;
 
-// No wake-up is lost: the record is in the heap before the mutex is given up, so whoever holds the mutex next
-// finds it, and a post that comes before the waiter blocks leaves a token for it. No record is used after its
-// end: a releaser touches it only with the mutex, and the waiter returns only after taking the mutex again.
+// No wake-up is lost: wait() queues its record before it unlocks the mutex, so the next holder finds the record. A post
+// that comes before the waiter blocks leaves a token in the semaphore.
+// No record is used after its destruction: signal() uses it only with the mutex held, and wait() returns only after it
+// has locked the mutex again.
 
 void CondVar::wait(pthread_mutex_t* mutex)
 {
@@ -99,7 +100,7 @@ void CondVar::enqueue(WaitingCondition& self)
 {
     waiters.push_back(&self);
     storeAtOrAbove(waiters, waiters.size() - 1, &self);
-    self.wait(); // the token that the semaphore was made with: the next wait() blocks
+    self.wait(); // takes the token that the semaphore starts with, so the next wait() blocks
 }
 
 bool CondVar::signal()
@@ -123,10 +124,10 @@ void CondVar::releaseFirst()
 
 bool CondVar::broadcast()
 {
-    const bool anybody = !waiters.empty();
+    const bool found = !waiters.empty();
     while (signal()) {
     }
-    return anybody;
+    return found;
 }
 
 }

@@ -6,18 +6,19 @@ namespace brindle::time {
 
 namespace {
 
-// musl makes the thread of a timer before it asks the system for the timer, and leaves the thread behind if there is none
-// left. So the system is asked first, for a timer that notifies nothing. The other C libraries need no such question.
+// musl starts a timer's thread before it creates the timer, and leaves that thread behind when the creation fails. So
+// a timer that notifies nothing is created first, to learn whether the system has one left. Other C libraries need no
+// probe.
 int createTimer(sigevent* event, timer_t* id)
 {
 #ifndef __GLIBC__ // musl; uClibc-ng defines it
     sigevent none = {};
     none.sigev_notify = SIGEV_NONE;
-    timer_t question = {};
-    if (timer_create(CLOCK_REALTIME, &none, &question) != 0) {
+    timer_t probe = {};
+    if (timer_create(CLOCK_REALTIME, &none, &probe) != 0) {
         return -1;
     }
-    timer_delete(question);
+    timer_delete(probe);
 #endif
     return timer_create(CLOCK_REALTIME, event, id);
 }
@@ -35,12 +36,12 @@ void Timer::onTimeout() {}
 
 int Timer::start()
 {
-    auto* const cell = new timer_t(); // first, so that nothing has changed when there is no memory for it
+    auto* const cell = new timer_t(); // first, so that a std::bad_alloc changes nothing
     stop();
     impl->timerId.reset(cell);
     if (createTimer(impl->event.get(), cell) != 0) {
         const int error = errno;
-        impl->timerId.clean(); // it holds no timer: nobody may arm or delete what is in it
+        impl->timerId.clean(); // the cell holds no timer that stop() could delete
         errno = error;
         return -1;
     }
@@ -55,7 +56,7 @@ void Timer::stop()
         return;
     }
     const itimerspec disarmed = {};
-    // For a timer that exists neither call fails.
+    // Neither call fails for a timer that exists.
     timer_settime(*impl->timerId, 0, &disarmed, nullptr);
     timer_delete(*impl->timerId);
     impl->timerId.clean();

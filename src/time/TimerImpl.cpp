@@ -15,7 +15,7 @@ TimerImpl::TimerImpl(Timer* timer) : owner(timer), event(new sigevent())
 
 TimerImpl::~TimerImpl()
 {
-    owner->stop(); // whoever lets the record go, no timer outlives it
+    owner->stop(); // or the system would go on calling signal_handler() with a dangling owner
     pthread_attr_destroy(&threadAttr);
 }
 

@@ -8,7 +8,7 @@
 
 namespace brindle::time {
 
-/// What a Timer keeps from its users: the POSIX timer and how it makes itself heard.
+/// The private part of a Timer: the POSIX timer and the settings of its notification.
 class TimerImpl {
 public:
     explicit TimerImpl(Timer* timer);

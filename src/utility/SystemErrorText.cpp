@@ -7,13 +7,13 @@ namespace brindle::utility {
 
 namespace {
 
-// strerror_r in its GNU form, which may leave the buffer alone.
+// For the GNU form of strerror_r, which may leave the buffer unused.
 [[maybe_unused]] const char* textFrom(const char* result, const char*)
 {
     return result;
 }
 
-// In its POSIX form, the only one that musl has: cut off where the buffer is too small.
+// For the POSIX form, the only one in musl. It cuts the text off where the buffer ends.
 [[maybe_unused]] const char* textFrom(int, const char* buffer)
 {
     return buffer;
@@ -23,8 +23,8 @@ namespace {
 
 std::string systemErrorText(int error)
 {
-    const int errnoBefore = errno; // some libcs change it for a code without a text
-    char buffer[80] = "";          // a POSIX strerror_r may leave it alone
+    const int errnoBefore = errno; // some libcs set it for a code that has no text
+    char buffer[80] = "";          // a POSIX strerror_r may leave it unwritten
     const char* const text = textFrom(strerror_r(error, buffer, sizeof buffer), buffer);
     errno = errnoBefore;
     return text;

@@ -4,7 +4,7 @@
 
 namespace brindle::utility {
 
-/// The system's words for an `errno` code. Unlike strerror(), it shares no buffer between threads on any libc.
+/// The system's text for an `errno` code. Unlike strerror(), it shares no buffer between threads with any libc.
 std::string systemErrorText(int error);
 
 }

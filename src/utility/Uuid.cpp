@@ -7,7 +7,7 @@ namespace brindle::utility {
 std::string generateUuid()
 {
     uuid_t uuid;
-    char text[UUID_STR_LEN]; // with the terminating zero
+    char text[UUID_STR_LEN]; // includes the terminating zero
     uuid_generate(uuid);
     uuid_unparse(uuid, text);
     return std::string(text, sizeof text - 1);

@@ -18,7 +18,7 @@ constexpr std::size_t USUAL_LEVELS = 4;
 Version::Version(std::string text)
 {
     if (!text.empty()) {
-        levels.reserve(USUAL_LEVELS); // not one for each dot: the first level may be wrong already
+        levels.reserve(USUAL_LEVELS); // not one level for each dot: the first level may be wrong
     }
     constructorHelper_separateStringIntoVec(text, levels);
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-// So many digits fit into an int whatever they are; nearly every level has no more, and is read without strtol.
+// Any number of so many digits fits into an int. Nearly every level has no more digits and is read without strtol.
 constexpr std::size_t SAFE_DIGITS = std::numeric_limits<int>::digits10;
 
 [[noreturn]] void fail(const std::string& version, const std::string& level, const char* reason, int error)
@@ -36,7 +36,7 @@ int parseLevel(const std::string& version, const std::string& level)
     const long value = std::strtol(level.c_str(), nullptr, 10);
     const int number = static_cast<int>(value);
     if (number != value) {
-        errno = ERANGE; // where a long is longer than an int
+        errno = ERANGE; // strtol reports nothing where a long is wider than an int
     }
     if (errno != 0) {
         fail(version, level, "", errno);
@@ -79,7 +79,7 @@ void constructorHelper_separateStringIntoVec(const std::string& text, std::vecto
             level = 10 * level + (text[end] - '0');
         }
         if (end > begin && (end == text.size() || text[end] == '.')) {
-            errno = 0; // as after any level that was read
+            errno = 0; // as strtol leaves it after a valid level
         } else {
             end = std::min(text.find('.', end), text.size());
             level = parseLevel(text, text.substr(begin, end - begin));

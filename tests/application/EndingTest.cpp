@@ -7,7 +7,7 @@
 
 #include "StandIns.hpp"
 #include "application/ApplicationImpl.hpp"
-#include "application/LoopQueue.hpp"
+#include "threads/WaiterQueue.hpp"
 
 #include <atomic>
 #include <cerrno>
@@ -19,7 +19,7 @@
 #include <unistd.h>
 
 using brindle::Application;
-using brindle::LoopQueue;
+using brindle::threads::WaiterQueue;
 using Record = Application::ApplicationImpl;
 using Happening = void (*)();
 
@@ -74,7 +74,7 @@ void letMain(Happening act)
 void endProcess()
 {
     mayLock = nextCall != Call::OTHER || inLoop; // the helper is inside
-    mayNap = nextCall == Call::LOCK || (mayLock && LoopQueue::waiting(*Record::impl().condVar) == 0);
+    mayNap = nextCall == Call::LOCK || (mayLock && WaiterQueue::count(*Record::impl().condVar) == 0);
     exiting = true;
     std::exit(EXIT_SUCCESS);
 }
@@ -168,7 +168,7 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
         mainWaits = false;
     }
     demand(Record::impl().exitCode == codeAtUnlock, "a code is stored with the mutex held");
-    demand(!inForkedChild || childRunsItsLoop || LoopQueue::waiting(*Record::impl().condVar) == 0,
+    demand(!inForkedChild || childRunsItsLoop || WaiterQueue::count(*Record::impl().condVar) == 0,
            "the child of a fork has no queue");
     holding = 1;
     allocations::untilFailure = 1; // the holder does not allocate

@@ -1,5 +1,5 @@
 #include "StandIns.hpp"
-#include "application/LoopQueue.hpp"
+#include "threads/WaiterQueue.hpp"
 
 #include <brindle/threads/CondVar.hpp>
 #include <brindle/threads/ScopedLock.hpp>
@@ -29,7 +29,7 @@ thread_local std::map<sem_t*, char> waiters;
 
 int note(const char* call)
 {
-    seen += call + std::to_string(brindle::LoopQueue::waiting(condVar)) + "; ";
+    seen += call + std::to_string(brindle::threads::WaiterQueue::count(condVar)) + "; ";
     return 0;
 }
 

@@ -6,10 +6,6 @@
 #include <semaphore.h>
 #include <vector>
 
-namespace brindle {
-class LoopQueue;
-}
-
 namespace brindle::threads {
 
 /// A condition variable that wakes the waiter of the highest real-time priority first, and tells the signaller
@@ -109,7 +105,7 @@ public:
     bool broadcast();
 
 private:
-    friend class brindle::LoopQueue; // the application's own
+    friend class WaiterQueue; // of the library, for its event loop
 
     BRINDLE_INTERNAL void enqueue(WaitingCondition& self);
     BRINDLE_INTERNAL void releaseFirst();

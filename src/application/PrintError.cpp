@@ -1,4 +1,4 @@
-#include "application/Diagnostics.hpp"
+#include "application/PrintError.hpp"
 
 #include <cstdio>
 #include <iostream>
@@ -9,7 +9,7 @@ void printError(const char* what, const char* detail)
 {
     char line[256];
     std::snprintf(line, sizeof line, "%s%s\n", what, detail);
-    std::cerr << line; // which flushes each text
+    std::cerr << line; // std::cerr flushes after each output
 }
 
 }

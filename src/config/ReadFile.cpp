@@ -1,4 +1,4 @@
-#include "config/FileText.hpp"
+#include "config/ReadFile.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -30,19 +30,19 @@ public:
     }
     bool isOpen() const { return number >= 0; }
 
-    // A file that tells its size fits, with one byte left for the read that finds the end. A pipe and /proc tell none.
+    // The size of the file, and one byte for the read that finds the end. A pipe or a file of /proc reports no size.
     std::size_t firstPiece() const
     {
         struct stat about = {};
         if (fstat(number, &about) != 0 || about.st_size <= 0) {
             return PIECE;
         }
-        // No string holds so much, and resize() says so.
+        // A string cannot hold more, and resize() throws then.
         const std::uintmax_t most = SIZE_MAX - 1;
         return static_cast<std::size_t>(std::min(static_cast<std::uintmax_t>(about.st_size), most)) + 1;
     }
 
-    // As read(), but a signal does not end it.
+    // Like read(), but repeats it after a signal.
     ssize_t readSome(char* buffer, std::size_t room) const
     {
         ssize_t size = 0;
@@ -56,13 +56,14 @@ private:
     const int number;
 };
 
-// Asks the kernel for large pages: to fetch 56 MB in pages of 4 KiB took longer than all else that is done with them.
+// Asks the kernel for large pages. For 56 MB the page faults of 4 KiB pages took longer than all other work on the
+// text.
 void reserveInLargePages(std::string& text, std::size_t size)
 {
     text.reserve(size);
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const std::size_t beforeFirstPage = (page - reinterpret_cast<std::uintptr_t>(text.data()) % page) % page;
-    madvise(text.data() + beforeFirstPage, size - page, MADV_HUGEPAGE); // without them it is slower, and that is all
+    madvise(text.data() + beforeFirstPage, size - page, MADV_HUGEPAGE); // a failure costs time only
 }
 
 }

@@ -1,25 +1,25 @@
 // The gate alone, with threads that enter and leave at once.
 
-#include "application/RecordGate.hpp"
+#include "application/CountingGate.hpp"
 
 #include <gtest/gtest.h>
 #include <thread>
 
-using brindle::RecordGate;
+using brindle::CountingGate;
 
-TEST(RecordGate, AdmitsAnyNumberOfUsers)
+TEST(CountingGate, AdmitsAnyNumberOfUsers)
 {
-    RecordGate gate;
+    CountingGate gate;
     for (unsigned user = 1; user <= 100'000; ++user) {
         ASSERT_TRUE(gate.enter());
         ASSERT_EQ(user, gate.inside());
     }
 }
 
-TEST(RecordGate, RefusesOnlyAfterItIsClosedAndCountsEveryUser)
+TEST(CountingGate, RefusesOnlyAfterItIsClosedAndCountsEveryUser)
 {
     for (int round = 0; round < 300; ++round) {
-        RecordGate gate;
+        CountingGate gate;
         int record = 1; // what the gate protects
         std::atomic<bool> mayRefuse = false;
         std::atomic<int> passed = 0;

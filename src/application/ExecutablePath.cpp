@@ -1,6 +1,6 @@
 #include <brindle/Application.hpp>
 
-#include "application/Diagnostics.hpp"
+#include "application/PrintError.hpp"
 #include "utility/SystemErrorText.hpp"
 
 #include <algorithm>
@@ -33,7 +33,7 @@ std::string Application::appPath() const
     std::string path(USUAL_PATH_SIZE, '\0');
     errno = 0;
     ssize_t length = readOwnLink(path);
-    while (length == static_cast<ssize_t>(path.size())) { // full, so perhaps cut off
+    while (length == static_cast<ssize_t>(path.size())) { // full, so the path may be cut off
         path.resize(2 * path.size());
         length = readOwnLink(path);
     }
