@@ -7,24 +7,7 @@
 
 namespace brindle {
 
-/// Reads a file of `key=value` words and answers look-ups by key.
-///
-/// - Threads: no lock. getOption() and isValid() may run at once; nothing else at the same time as readCfgFile().
-/// - Blocking: readCfgFile() reads the file to its end, so for a FIFO it waits for the writer.
-/// - Memory: while it is read, the whole text is there beside the entries.
-/// - Errors: by result; nothing is printed. `std::bad_alloc` passes, from copies too; then nothing has changed. On 32
-///   bits a file of more than 1 GiB may throw `std::length_error` instead.
-/// - Lifetime: the file is closed when readCfgFile() returns. Copies are deep, and to move
-///   is to copy: the source stays as it was. The destructor is not virtual: do not delete a derived object through a
-///   `Configuration*`.
-///
-/// The format is words between whitespace, as `operator>>` reads them in the global locale. A word with a `=` is
-/// an entry: the key is what comes before the first `=`, the value all that follows. Other words are skipped.
-///
-/// - Lines mean nothing, so `interval=5 beats=3` is two entries, and CR LF line ends do no harm.
-/// - Blanks around `=` break an entry up: `name = pump` is only an empty key with an empty value.
-/// - There are no comments and no quotes: in `# was interval=9`, the last word is an entry like any other.
-/// - Of several words with one key the last counts. Keys are case-sensitive bytes.
+/// Reads a file of `key=value` words and looks values up by key.
 ///
 /// @code
 /// Configuration configuration;
@@ -32,15 +15,27 @@ namespace brindle {
 ///     std::cerr << "pump: cannot open /etc/pump.conf" << std::endl;
 ///     return 2;
 /// }
-/// std::string interval = "5";                    // stays if the file does not say
+/// std::string interval = "5";                    // stays if the file has no such entry
 /// configuration.getOption("interval", interval);
 /// @endcode
+///
+/// - Format: words between whitespace. A word with a `=` is an entry, and its key ends at the first `=`; other words
+///   are skipped. Lines, quotes and `#` mean nothing. The last entry of a key counts. docs/guides/configuration.md has
+///   examples of each rule.
+/// - Threads: no lock. getOption() and isValid() may run at once; nothing else may run at the same time as
+///   readCfgFile().
+/// - Blocking: readCfgFile() reads the file to its end, so for a FIFO it waits for the writer.
+/// - Errors: by result; nothing is printed. A `std::bad_alloc`, also from a copy, changes nothing. On 32 bits a file of
+///   more than 1 GiB may throw `std::length_error` instead.
+/// - Memory: while readCfgFile() runs, the whole text of the file is in memory beside the entries.
+/// - Lifetime: the file is closed when readCfgFile() returns. Copies are deep, and a move is a copy. The destructor is
+///   not virtual: do not delete a derived object through a `Configuration*`.
 class BRINDLE_EXPORT Configuration {
 public:
-    /// Holds no entries and is not valid.
+    /// Makes an object without entries that is not valid.
     Configuration();
 
-    /// Copies the entries, and whether they are valid.
+    /// Copies the entries and whether they are valid.
     Configuration(const Configuration&);
 
     /// The same; @p other may be this one.
@@ -48,28 +43,27 @@ public:
 
     ~Configuration();
 
-    /// Reads the file at @p path; what it holds replaces all earlier entries.
+    /// Replaces all entries by those of the file at @p path.
     ///
-    /// @return true when the file could be opened. False otherwise, and then every look-up fails until a later
-    ///         read succeeds. A read error after the file was opened counts as its end, so a directory reads like
-    ///         an empty file.
+    /// @return true if the file could be opened. If not, false, and every look-up fails until a later read succeeds. A
+    ///         read error counts as the end of the file, so a directory reads like an empty file.
     virtual bool readCfgFile(std::string path);
 
     /// Writes the value of @p key to @p value.
     ///
-    /// @return true when there is one. Otherwise, or if the last readCfgFile() failed, false, and @p value is left
-    ///         as it was, so it may hold a default.
+    /// @return true if there is one. False if there is none, or if the last readCfgFile() failed; @p value is unchanged
+    ///         then, so it may hold a default.
     bool getOption(const std::string& key, std::string& value) const;
 
-    /// Whether the last readCfgFile() succeeded; false before the first.
+    /// Whether the last readCfgFile() succeeded; false before the first one.
     bool isValid() const;
 
 protected:
-    /// What readCfgFile() calls to do the reading. Override it for another format: fill entries at the end, when
-    /// nothing can fail any more, and return true; or return false and leave entries alone.
+    /// Does the reading for readCfgFile(). An override for another format returns true after it has filled entries, at
+    /// the end, when nothing can fail any more; or it returns false and leaves entries unchanged.
     virtual bool parseConfig(std::string path);
 
-    /// Of the last file read with success.
+    /// The entries of the last file that was read successfully.
     std::map<std::string, std::string> entries;
 
 private:

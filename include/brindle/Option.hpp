@@ -6,16 +6,10 @@
 
 namespace brindle {
 
-/// One command-line option: what it is called, and what the command line said about it.
+/// One command-line option: its names and help text, and what the command line said about it.
 ///
-/// The program makes one Option per option that it understands, lists their addresses in a
-/// `std::vector<Option*>` and hands that to Application::init(). Application::parseArg() then fills them in.
-///
-/// - Threads: no lock; parseArg() writes on the thread that calls it.
-/// - Lifetime: the program owns its options and the vector. Both stay alive, and the vector unchanged, from
-///   init() to the last parseArg() or printHelp(): the parser's table points into the options' own texts.
-///
-/// A derived class checks a value as it arrives:
+/// The program makes one Option for each option that it understands, and passes their addresses to Application::init().
+/// Application::parseArg() then fills them in. A derived class can check each value as it arrives:
 ///
 /// @code
 /// class PortOption : public Option {
@@ -37,25 +31,29 @@ namespace brindle {
 ///     int port = 8080;
 /// };
 /// @endcode
+///
+/// - Threads: no lock. parseArg() writes on the thread that calls it.
+/// - Lifetime: the program owns its options and the vector that lists them. Both must exist, and the vector stay
+///   unchanged, from init() to the last parseArg() or printHelp(), because the parser refers to the options' own texts.
 class BRINDLE_EXPORT Option {
 public:
-    /// @param longName       the name typed after "--", without it. Empty: no long form, but the
-    ///                       parser takes "--=VALUE" for the first such option.
-    /// @param code           what parsing tells options apart by, so each needs its own; never 0. From 1 to 255
-    ///                       it is also the character typed after "-" (above 127 the parser finds it only where
-    ///                       `char` is unsigned). From 256 up there is no short form.
+    /// @param longName       the name typed after "--", without the dashes. If it is empty there is no long form, but
+    ///                       the parser takes "--=VALUE" for the first such option.
+    /// @param code           identifies the option: never 0, and different for each option. From 1 to 255 it is also
+    ///                       the character typed after "-"; above 127 the parser finds it only where `char` is
+    ///                       unsigned. From 256 on there is no short form.
     /// @param takesArgument  whether a value follows: joined to the letter, after "=", or as the next word.
-    /// @param helpText       what Application::printHelp() shows beside the option. End it with a blank if a
-    ///                       default is to follow.
+    /// @param helpText       what Application::printHelp() shows beside the option. End it with a blank if a default
+    ///                       follows.
     Option(std::string longName, int code, bool takesArgument, std::string helpText);
 
-    /// A copy has all that was set and parsed; init() knows only the options in its list.
+    /// Copies everything that was set and parsed. init() knows only the options in its list, not their copies.
     Option(const Option&) = default;
     Option& operator=(const Option&) = delete; // it would leave "was set" in doubt
 
-    /// Called by Application::parseArg() for every occurrence on the command line, after isSet() and
-    /// argument() have been brought up to date. The result becomes that of parseArg(): 0 to go on, 1 for a
-    /// bad value; −1 would read as the end of the options. The base class returns 0.
+    /// Application::parseArg() calls this for every occurrence on the command line, after isSet() and argument() are up
+    /// to date, and returns the result: 0 to go on, 1 for a bad value. A result of −1 would look like the end of the
+    /// options. The base class returns 0.
     virtual int handleOption();
 
     virtual ~Option();
@@ -63,18 +61,18 @@ public:
     /// Whether the command line named the option; a default does not count.
     bool isSet() const;
 
-    /// What a derived class found wrong; empty when nothing was.
+    /// What a derived class found wrong; empty if nothing.
     std::string errors() const;
 
-    /// The value of the last occurrence that carried one, else the default, else empty.
+    /// The value of the last occurrence that had one, else the default, else empty.
     std::string argument() const;
 
-    /// Makes @p value the argument until the command line gives one, and appends "Default: " and the value to
-    /// the help text as it stands, with nothing in between.
+    /// Makes @p value the argument until the command line gives one. Appends "Default: " and the value to the help
+    /// text, with nothing in between.
     void setDefault(std::string value);
 
 protected:
-    /// For derived classes to fill; the library never writes it.
+    /// Derived classes fill this in; the library never writes it.
     std::string errorText;
 
 private:

@@ -2,12 +2,7 @@
 
 namespace brindle {
 
-/// Owns one object made with `new`, or nothing, and deletes it at the end of its own life.
-///
-/// - Threads: no lock; one thread at a time.
-/// - Errors: none; a null pointer is the empty state, and `*` and `->` need an object.
-/// - Lifetime: the object is deleted while the pointer still refers to it and the pointer is set to null
-///   afterwards, so a destructor that looks back through its owner finds itself, not null.
+/// Owns at most one object made with `new`, and deletes it in its own destructor.
 ///
 /// @code
 /// UniquePtr<pthread_mutex_t> mutex(new pthread_mutex_t);
@@ -15,12 +10,17 @@ namespace brindle {
 /// mutex.reset(new pthread_mutex_t);      // deletes the first one, then owns the second
 /// mutex.clean();                         // deletes it; mutex is empty now
 /// @endcode
+///
+/// - Threads: no lock; one thread at a time.
+/// - Errors: none. A null pointer is the empty state; `*` and `->` need an object.
+/// - Lifetime: the pointer becomes null after the object is deleted, so a destructor that looks back through its owner
+///   finds the object.
 template <typename T>
 class UniquePtr {
 public:
     UniquePtr() = default;
 
-    /// Owns @p made, which comes from `new`, or nothing when it is null.
+    /// Owns @p made, which comes from `new`, or nothing if it is null.
     explicit UniquePtr(T* made) : object(made) {}
 
     UniquePtr(const UniquePtr&) = delete;
@@ -36,18 +36,18 @@ public:
         object = nullptr;
     }
 
-    /// Deletes the object, if there is one, and owns @p made instead; @p made is not the object owned now.
+    /// Deletes the object, if there is one, and owns @p made instead, which must not be the object owned now.
     void reset(T* made)
     {
         clean();
         object = made;
     }
 
-    /// The object, which stays owned, or null.
+    /// The object, which stays owned; null if there is none.
     T* get() const { return object; }
 
     /// @{
-    /// The object, which must be there.
+    /// The object, which must exist.
     T& operator*() const { return *object; }
     T* operator->() const { return object; }
     /// @}

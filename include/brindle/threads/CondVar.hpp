@@ -8,29 +8,8 @@
 
 namespace brindle::threads {
 
-/// A condition variable that wakes the waiter of the highest real-time priority first, and tells the signaller
-/// whether anybody was waiting.
-///
-/// Every waiter blocks on a semaphore of its own, so a wake-up is aimed at one thread: wait() returns only
-/// when signal() or broadcast() has released this very call. There are no spurious wake-ups. A signal() that
-/// finds nobody is lost; it tells its caller so.
-///
-/// - Threads: any number. There is no lock inside: all threads that use one CondVar use one mutex with it, and
-///   hold it in every call.
-/// - Order: by the priority that a thread has under `SCHED_FIFO` or `SCHED_RR` when its wait() begins; every
-///   other policy counts as 0, whatever the nice value, and a later change does not move a waiter. What
-///   `pthread_getschedparam` tells is what counts: set it by thread attributes or `pthread_setschedparam`, for
-///   glibc does not see what `sched_setscheduler` or another process changes once it knows a thread's policy.
-///   Among equal priorities the order is fixed, on every machine, but not that of arrival: four equal waiters A,
-///   B, C, D leave as A, C, B, D.
-///   No fairness among equals is promised, nor any order in which released threads get the mutex back.
-/// - Blocking: wait() only, without limit. Interruptions by signal handlers do not end it.
-/// - Errors: none are reported; `std::bad_alloc` from wait() leaves the caller unqueued and the mutex locked.
-/// - Signals: not for signal handlers: the code that one interrupts may hold the mutex. signal() and broadcast() neither
-///   allocate nor wait.
-/// - Fork: the child leaves a CondVar alone on which threads of its parent wait: they do not exist there.
-/// - Lifetime: the CondVar outlives every thread that waits on it; its destructor wakes nobody. A thread must
-///   not be cancelled (`pthread_cancel`) while it waits.
+/// A condition variable that wakes the waiter of the highest real-time priority first, and tells the signaller whether
+/// a thread was waiting.
 ///
 /// @code
 /// // The waiting thread
@@ -51,25 +30,36 @@ namespace brindle::threads {
 ///     ++unattended;                           // all workers are busy
 /// }
 /// @endcode
+///
+/// - Threads: any number. All threads that use one CondVar use one mutex with it, and hold that mutex in every call.
+/// - Blocking: only wait() blocks, without limit. There are no spurious wake-ups.
+/// - Order: by the priority under `SCHED_FIFO` or `SCHED_RR` when wait() begins; every other policy counts as 0. Equal
+///   priorities leave in a fixed order, which is not that of arrival: docs/guides/threads-and-priorities.md.
+/// - Errors: none are reported. A `std::bad_alloc` from wait() leaves the caller unqueued and the mutex locked.
+/// - Signals: not for signal handlers, because the interrupted code may hold the mutex. signal() and broadcast()
+///   neither allocate nor block.
+/// - Fork: after `fork`, the child must not use a CondVar that had waiters: those threads do not exist in the child.
+/// - Lifetime: the CondVar must outlive every thread that waits on it; its destructor wakes none. A thread must not be
+///   cancelled while it waits.
 class BRINDLE_EXPORT CondVar {
 public:
-    /// One waiting thread: its priority and the semaphore that it blocks on. Lives as long as its wait().
+    /// One waiting thread: its priority, and the semaphore that it blocks on. Exists during one CondVar::wait().
     class WaitingCondition {
     public:
-        /// Takes the calling thread's priority, and a semaphore whose first wait() returns at once.
+        /// Reads the calling thread's priority, and makes a semaphore whose first wait() returns at once.
         WaitingCondition();
         WaitingCondition(const WaitingCondition&) = delete;
         WaitingCondition& operator=(const WaitingCondition&) = delete;
         ~WaitingCondition();
 
-        /// Adds one to the semaphore; the waiter, if it blocks, goes on.
+        /// Adds one to the semaphore: a waiter that blocks goes on.
         void post();
 
-        /// Takes one from the semaphore; blocks while there is none and returns only with it.
+        /// Takes one from the semaphore, and blocks until there is one. Signal handlers do not end the wait.
         void wait();
 
         /// @{
-        /// Records compare by priority alone: different threads of one priority are equal.
+        /// Compare the priorities alone: different threads of the same priority are equal.
         bool operator==(const WaitingCondition& other) const { return priority == other.priority; }
         bool operator!=(const WaitingCondition& other) const { return priority != other.priority; }
         bool operator<(const WaitingCondition& other) const { return priority < other.priority; }
@@ -83,9 +73,9 @@ public:
         sem_t semaphore;
     };
 
-    /// Orders pointers to records by priority; as the less-than of a heap it puts the highest in front.
+    /// Orders pointers to records by priority. As the less-than of a heap it puts the highest priority in front.
     struct WaitCondComparison {
-        /// Whether @p a has less than @p b.
+        /// Whether the priority of @p a is lower than that of @p b.
         bool operator()(const WaitingCondition* a, const WaitingCondition* b) const { return *a < *b; }
     };
 
@@ -94,14 +84,19 @@ public:
     CondVar& operator=(const CondVar&) = delete;
     ~CondVar();
 
-    /// Queues the caller, gives @p mutex up, blocks until released, and takes @p mutex again.
+    /// Queues the caller, unlocks @p mutex, blocks until signal() or broadcast() has released this very call, and locks
+    /// @p mutex again. Signal handlers do not end the wait.
     void wait(pthread_mutex_t* mutex);
 
-    /// Releases the waiter of the highest priority. True if there was one, which then returns from wait()
-    /// once it gets the mutex; false if nobody waited, and then nothing has changed.
+    /// Releases the waiter of the highest priority, which returns from wait() once it gets the mutex.
+    ///
+    /// @return true if a thread was waiting. False otherwise: nothing has changed, and no later wait() sees this
+    ///         signal.
     bool signal();
 
-    /// Releases every waiter, in the order in which as many calls of signal() would. True if there was one.
+    /// Releases every waiter, in the order in which as many calls of signal() would.
+    ///
+    /// @return true if a thread was waiting.
     bool broadcast();
 
 private:
@@ -110,7 +105,7 @@ private:
     BRINDLE_INTERNAL void enqueue(WaitingCondition& self);
     BRINDLE_INTERNAL void releaseFirst();
 
-    std::vector<WaitingCondition*> waiters; // a heap; the records belong to the threads that wait
+    std::vector<WaitingCondition*> waiters; // a heap; each record belongs to its waiting thread
 };
 
 }

@@ -6,16 +6,7 @@
 
 namespace brindle::threads {
 
-/// Holds a mutex from construction to the end of the scope, and can let it go in between.
-///
-/// - Threads: one guard belongs to the thread that made it; any number of guards may share a mutex.
-/// - Blocking: the constructor and relock() wait, without limit, while another thread holds the mutex.
-/// - Errors: none are reported; the mutex must be initialised, and a failed lock or unlock goes unnoticed.
-/// - Lifetime: the mutex is not owned and must outlive the guard. The child of a fork may use a mutex only if the forking
-///   thread held it or nobody did.
-///
-/// A guard may be held across CondVar::wait() on the same mutex: wait() gives the mutex up while it blocks
-/// and returns with it locked, just as the guard remembers it.
+/// Holds a mutex from construction to the end of the scope, and can release it in between.
 ///
 /// @code
 /// ScopedLock lock(&queueMutex);
@@ -23,20 +14,30 @@ namespace brindle::threads {
 /// lock.unlock();
 /// run(job);                          // without the mutex
 /// lock.relock();
-/// queue.pop();                       // the closing brace gives the mutex back
+/// queue.pop();                       // the closing brace releases the mutex
 /// @endcode
+///
+/// - Threads: a guard is for the thread that made it. Any number of guards may share a mutex.
+/// - Blocking: the constructor and relock() wait, without limit, while another thread holds the mutex.
+/// - Errors: none are reported. The mutex must be initialised, and a failed lock or unlock goes unnoticed:
+///   docs/guides/threads-and-priorities.md says which mutexes that excludes.
+/// - Fork: the child may use a mutex only if the forking thread held it, or no thread did.
+/// - Lifetime: the mutex is not owned and must outlive the guard.
+///
+/// A guard may be held across CondVar::wait() on the same mutex: wait() unlocks the mutex while it blocks, and returns
+/// with it locked.
 class BRINDLE_EXPORT ScopedLock {
 public:
-    /// Locks @p guarded, which is initialised and not null.
+    /// Locks @p guarded, which must be initialised and not null.
     BRINDLE_EXPORT_INLINE explicit ScopedLock(pthread_mutex_t* guarded) : mutex(guarded) { relock(); }
 
     ScopedLock(const ScopedLock&) = delete;
     ScopedLock& operator=(const ScopedLock&) = delete;
 
-    /// Gives the mutex back if this guard holds it.
+    /// Releases the mutex if this guard holds it.
     BRINDLE_EXPORT_INLINE ~ScopedLock() { unlock(); }
 
-    /// Gives the mutex back if this guard holds it; does nothing otherwise.
+    /// Releases the mutex if this guard holds it; otherwise does nothing.
     BRINDLE_EXPORT_INLINE void unlock()
     {
         if (locked) {
@@ -45,7 +46,7 @@ public:
         locked = false;
     }
 
-    /// Takes the mutex again unless this guard holds it already.
+    /// Locks the mutex again, unless this guard holds it already.
     BRINDLE_EXPORT_INLINE void relock()
     {
         if (!locked) {

@@ -7,12 +7,7 @@
 
 namespace brindle::utility {
 
-/// A failed system call, to be thrown: what was being attempted, and why it failed in the system's words.
-///
-/// - Threads: objects may be made on several threads at once; one object has no lock.
-/// - Errors: `std::bad_alloc`, from copies too; after a resetContext() that throws, the object is as it was.
-/// - Lifetime: what() points into the object, until its end or the next resetContext(). One that was moved from may be
-///   assigned to or destroyed; its what() is some text.
+/// An exception for a failed system call: what the program attempted, and the system's text for the error.
 ///
 /// @code
 /// const int descriptor = open("/etc/pump.conf", O_RDONLY);
@@ -20,17 +15,22 @@ namespace brindle::utility {
 ///     throw SystemException("open /etc/pump.conf", errno);
 /// }                                              // open /etc/pump.conf: No such file or directory
 /// @endcode
+///
+/// - Threads: no lock. Several threads may make objects at once.
+/// - Errors: `std::bad_alloc`, also from copies. If resetContext() throws, the object is unchanged.
+/// - Lifetime: what() points into the object, and is valid until the object's end or the next resetContext(). A
+///   moved-from object may be assigned to or destroyed; its what() is some text.
 class BRINDLE_EXPORT SystemException : public std::exception {
 public:
-    /// @param context  what was being attempted; null for the system's words alone.
-    /// @param error    an `errno` code; 0 for the value that `errno` has now. Building a context may change `errno`,
-    ///                 before or after an argument `errno` is read: keep it in a variable first.
+    /// @param context  what the program attempted; null for the system's text alone.
+    /// @param error    an `errno` code, or 0 for the current `errno`. If building the context can change `errno`, save
+    ///                 `errno` in a variable before the call: the order in which arguments are evaluated is not fixed.
     explicit SystemException(const char* context, int error = 0);
 
-    /// Replaces the context; the system's words stay. @p context may be null, and may be what() itself.
+    /// Replaces the context and keeps the system's text. @p context may be null, and may be what() itself.
     void resetContext(const char* context);
 
-    /// The context, ": " and the system's words; without a context, the system's words alone.
+    /// The context, ": " and the system's text; without a context, the system's text alone.
     const char* what() const noexcept override;
 
 private:

@@ -12,20 +12,11 @@ namespace brindle::utility {
 
 class BRINDLE_EXPORT Version;
 
-/// Writes the levels with dots between, each as the stream writes an int: with its flags and the digit grouping of
-/// its locale; a field width is spent on the first level. A version without levels writes nothing.
+/// Writes the levels with dots between them. The stream formats each level as an int, with its flags and the digit
+/// grouping of its locale; a field width applies to the first level. A version without levels writes nothing.
 BRINDLE_EXPORT std::ostream& operator<<(std::ostream& stream, const Version& version);
 
 /// A dotted version number such as 1.10.2: read from a text, compared level by level, written to a stream.
-///
-/// - Threads: nothing is shared between objects, and nothing changes in one.
-/// - Errors: the constructor from a text throws `std::runtime_error`; `std::bad_alloc` passes.
-/// - Lifetime: copies are independent. One that was moved from may be assigned to or destroyed, and nothing else.
-///
-/// Trailing zero levels do not count in comparisons: 1.2, 1.2.0 and 1.2.0.0 are equal. Otherwise the first levels
-/// that differ decide, as numbers: 1.9 < 1.10, 1.99 < 2. If one version ends first, the longer one is greater
-/// unless it goes on with zeros only. With negative levels this is no order to sort by: 1 < 1.-1, 1.-1 < 1.0,
-/// and yet 1 == 1.0.
 ///
 /// @code
 /// const Version found(reportedByDevice);         // "1.10.2"
@@ -33,21 +24,27 @@ BRINDLE_EXPORT std::ostream& operator<<(std::ostream& stream, const Version& ver
 ///     std::cerr << "firmware " << found << " is too old" << std::endl;
 /// }
 /// @endcode
+///
+/// - Order: the first levels that differ decide, as numbers: 1.9 < 1.10, 1.99 < 2. If one version ends first, the
+///   longer one is greater, unless its further levels are all 0: 1.2, 1.2.0 and 1.2.0.0 are equal. Do not sort versions
+///   with negative levels: 1 < 1.-1 and 1.-1 < 1.0, but 1 == 1.0.
+/// - Threads: objects share nothing, and an object does not change.
+/// - Errors: the constructor from a text throws `std::runtime_error`; `std::bad_alloc` passes.
+/// - Lifetime: copies are independent. A moved-from object may only be assigned to or destroyed.
 class BRINDLE_EXPORT Version {
 public:
-    /// Reads @p text, cut at its dots, one level per piece. A final dot adds no level, and an empty text has none.
+    /// Splits @p text at its dots and reads one level from each piece, as `strtol` does in base 10. Leading blanks and
+    /// a sign are accepted, and what follows the digits is ignored: "1-2" is 1. A piece without digits is 0, so "1..2"
+    /// is 1.0.2; with musl it is an error. A final dot adds no level, and an empty text has none.
     ///
-    /// A piece is read as `strtol` reads base 10: leading blanks and a sign are taken, whatever follows the digits
-    /// is not looked at ("1-2" is 1), and without digits the level is 0 ("1..2" is 1.0.2), but with musl an error.
-    ///
-    /// @throws std::runtime_error naming the text and its first piece that holds a letter (`isalpha` in the
-    ///         current C locale) or a number beyond a 32-bit int, or that `strtol` refuses, as musl's does one without
-    ///         digits. The message ends with the system's words for `errno`: ERANGE for the number, EINVAL for no digits;
-    ///         for the letter what `errno` was by then, which is 0 after an earlier piece and the caller's own value at
-    ///         the first. A text that is read, unless empty, leaves `errno` 0.
+    /// @throws std::runtime_error if a piece holds a letter (`isalpha` in the current C locale) or a number outside a
+    ///         32-bit int, or if `strtol` refuses it, as musl's does without digits. The message names the text and the
+    ///         first such piece, and ends with the system's text for `errno`: ERANGE for the number, EINVAL for no
+    ///         digits. For a letter `errno` is 0 after an earlier piece, and the caller's own value at the first.
+    ///         Reading a text that is not empty leaves `errno` 0.
     explicit Version(std::string text);
 
-    /// The decimal digits of @p number, one level each: 123 is 1.2.3 and 10 is 1.0. A negative number has one
+    /// Makes one level of each decimal digit of @p number: 123 is 1.2.3, and 10 is 1.0. A negative number has one
     /// level, its last digit with the sign: −15 is −5.
     explicit Version(int number);
 
@@ -55,7 +52,7 @@ public:
     std::vector<int> getVersionLevels() const;
 
     /// @{
-    /// Level by level, as the class says.
+    /// Compare level by level, in the order described above.
     BRINDLE_EXPORT_INLINE bool operator==(const Version& other) const { return compare(other) == 0; }
     BRINDLE_EXPORT_INLINE bool operator!=(const Version& other) const { return compare(other) != 0; }
     BRINDLE_EXPORT_INLINE bool operator<(const Version& other) const { return compare(other) < 0; }
@@ -67,7 +64,7 @@ public:
 private:
     friend std::ostream& operator<<(std::ostream& stream, const Version& version);
 
-    // Below, at or above 0 as this version is less than, equal to or greater than the other.
+    // Negative, 0 or positive: this version is less than, equal to or greater than the other.
     int compare(const Version& other) const
     {
         const std::size_t common = std::min(levels.size(), other.levels.size());
@@ -79,7 +76,7 @@ private:
         return levels.size() == other.levels.size() ? 0 : compareEnds(other);
     }
 
-    // The same, where the versions are equal up to the end of the shorter one.
+    // The same result for versions that are equal up to the end of the shorter one.
     int compareEnds(const Version& other) const;
 
     std::vector<int> levels;
