@@ -15,13 +15,13 @@ void* readWithoutEnd(void*)
 
 }
 
-// Whether a thread that waits in a system call can be cancelled. Where the C library cannot unwind the stack there, the
-// process aborts.
+// Checks whether a thread that waits in a system call can be cancelled. If the C library cannot unwind the stack there,
+// the process aborts.
 int main()
 {
     pthread_t reader = {};
     pthread_create(&reader, nullptr, readWithoutEnd, nullptr);
-    sleep(1); // until it reads
+    sleep(1); // the thread reads by then
     pthread_cancel(reader);
     void* result = nullptr;
     pthread_join(reader, &result);

@@ -16,7 +16,7 @@ void count(sigval)
 
 }
 
-// Whether a SIGEV_THREAD timer of 50 ms expires 20 times, for which it has ten seconds.
+// Checks whether a SIGEV_THREAD timer of 50 ms expires 20 times within ten seconds.
 int main()
 {
     sigevent event = {};

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Shows what the base class keeps for look-ups.
+/// Prints the entries that the base class stores.
 class Listing final : public brindle::Configuration {
 public:
     void print() const

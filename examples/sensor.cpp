@@ -1,4 +1,4 @@
-// sensor: reads two sensors, one after the other, on a timer's callbacks; and shows how to destroy what a timer works for.
+// sensor: a timer polls two sensors, one after the other. Shows how to destroy an object that a timer uses.
 
 #include <brindle/threads/CondVar.hpp>
 #include <brindle/threads/ScopedLock.hpp>
@@ -20,7 +20,7 @@ namespace {
 
 class Sensor;
 
-/// Polls one sensor at a time. Never destroyed, since a callback may come late.
+/// Polls one sensor at a time. Never destroyed, because a callback may run after stop().
 class Ticker : public Timer {
 public:
     using Timer::Timer;
@@ -31,12 +31,12 @@ public:
         sensor = polled;
     }
 
-    /// The sensor may be destroyed after this: no callback uses it, and none will.
+    /// Afterwards the sensor may be destroyed, because no callback uses it.
     void detach()
     {
         stop();
-        const ScopedLock lock(&mutex); // waits for callbacks that have begun
-        sensor = nullptr;              // one that comes later finds nothing, or the next sensor
+        const ScopedLock lock(&mutex); // waits for callbacks in flight
+        sensor = nullptr;              // a later callback finds no sensor, or the next one
     }
 
     void onTimeout() override;
@@ -46,7 +46,7 @@ private:
     Sensor* sensor = nullptr;
 };
 
-/// Comes and goes.
+/// Attaches itself to the ticker for its lifetime.
 class Sensor final {
 public:
     Sensor(Ticker& period, std::string called) : ticker(period), name(std::move(called))
@@ -54,13 +54,13 @@ public:
         if (ticker.start() != 0) {
             throw SystemException("start the sensor's timer", errno);
         }
-        ticker.attach(this); // last of all: it may be polled from here on
+        ticker.attach(this); // last, because callbacks poll it from here on
     }
 
     Sensor(const Sensor&) = delete;
     Sensor& operator=(const Sensor&) = delete;
 
-    ~Sensor() { ticker.detach(); } // first of all, while every member is still there
+    ~Sensor() { ticker.detach(); } // first, while every member still exists
 
     void poll()
     {
@@ -81,7 +81,7 @@ public:
 private:
     Ticker& ticker;
     const std::string name;
-    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER; // guards what follows
+    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER; // guards the members below
     CondVar arrival;
     int readings = 0;
 };
@@ -90,7 +90,7 @@ void Ticker::onTimeout()
 {
     const ScopedLock lock(&mutex); // one callback at a time
     if (sensor != nullptr) {
-        sensor->poll(); // must not destroy its sensor, nor wait for who does
+        sensor->poll(); // must not destroy the sensor, or wait for the thread that destroys it
     }
 }
 

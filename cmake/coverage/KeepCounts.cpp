@@ -1,4 +1,4 @@
-// In the coverage preset, part of the library: a process that ends by _exit leaves the library's counts behind, too.
+// Part of the library in the coverage preset: a process that ends by _exit also writes the library's counts.
 
 #include <sys/syscall.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
-// How requests, signals and the end of the process meet, where one of the two threads ends it.
+// Requests, signals and the end of the process, with two threads. Either thread ends the process.
 //
-// The main thread calls init, or does not; then it runs its loop up to twice, and returns. The other is in the C
-// library for a while, and then calls exit, or std::exit, or neither. Each signal comes up to twice.
+// The main thread returns at once, or calls init, runs its loop up to twice, and returns. The other thread makes a call
+// that takes a lock of the C library. Then it calls exit, or std::exit, or neither. Each signal comes up to twice.
 
 #define THREADS 2
 #define THREAD_IDS {0, 1}

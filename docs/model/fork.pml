@@ -1,29 +1,29 @@
-// What a fork finds, and what its child does.
+// A fork during a loop, a request, the end of the process or another fork.
 //
-// A loop, a request, the end of the process or another fork are under way while a thread forks. Parent and child share
-// nothing from then on, so each is followed by itself: the fork goes on as either. In the child the other threads are
-// gone, wherever they were, and the handlers that ran on them. It then makes a request, runs a loop or ends.
+// Parent and child share nothing after the fork, so each run of the model continues as one of them. In the child the
+// other threads and the handlers on them are gone at any of their steps. The child then makes a request, runs a loop or
+// ends.
 //
-// 29 states are unreached, as they should be, in functions that ending.pml reaches whole: the child has no loop but that of
-// its one thread, no other thread is inside its gate, and the thread that blocks SIGTERM gets none.
+// 29 states are unreached, as intended. They are in functions that ending.pml reaches completely. The child's only loop
+// is that of its one thread, no other thread is inside its gate, and the thread that blocks SIGTERM never receives it.
 
 #define THREADS 3
 #define THREAD_IDS {0, 1, 2}
-#define OWN_MASKS {0, 2, 0} // two that fork at once have two masks to restore
+#define OWN_MASKS {0, 2, 0} // two threads that fork at once have different masks to restore
 #define SIGNALLED_THREADS 3
 #define FORKER 2
 #define SIGNALS_EACH 1
 #define FIRST_LOOP 0
 #define SECOND_LOOP FORKER
 #define EXIT_ATTEMPTS 1
-#define GONE (isChild && me != FORKER && me != NOBODY)
+#define GONE (isChild && me != FORKER && me != NO_THREAD)
 #include "record.pml"
 
 bool isChild;
 byte gone; // threads that the child has lost
 
 byte maskOutsideTheFork[THREADS];
-#ifndef WITHOUT_A_SAVED_MASK_PER_THREAD // each thread that forks keeps its mask for itself
+#ifndef WITHOUT_A_SAVED_MASK_PER_THREAD // each forking thread saves its mask separately
 #define MY_MASK_OUTSIDE_THE_FORK maskOutsideTheFork[me]
 #else
 #define MY_MASK_OUTSIDE_THE_FORK maskOutsideTheFork[0]
@@ -31,7 +31,7 @@ byte maskOutsideTheFork[THREADS];
 
 inline beforeFork()
 {
-#ifndef WITHOUT_BLOCKING_ACROSS_THE_FORK // fork blocks the signals until the child's record is in order
+#ifndef WITHOUT_BLOCKING_ACROSS_THE_FORK // fork blocks the signals until the child's record is ready
     blockSignals(MY_MASK_OUTSIDE_THE_FORK);
 #else
     MY_MASK_OUTSIDE_THE_FORK = mask[me];
@@ -61,26 +61,26 @@ inline forgetLocals()
     pass = false; released = false; inUse = false; returned = false; previous = 0; attempt = 0
 }
 
-// The end of a thread. In the child it comes at once, and all that it leaves is what it had done to the record.
+// The end of a thread. In the child it comes at once and leaves only what the thread had done to the record.
 inline vanish()
 {
     atomic { isChild -> forgetLocals(); gone++ }
 }
 
-// The C library holds malloc's lock meanwhile, and gives the child a new one.
+// The C library holds malloc's lock during the fork, and gives the child a new one.
 inline fork()
 {
-    atomic { libcLock == NOBODY; libcLock = me };
+    atomic { libcLock == NO_THREAD; libcLock = me };
     if
-    :: libcLock = NOBODY
+    :: libcLock = NO_THREAD
     :: d_step {
             isChild = true;
-            libcLock = NOBODY;
-            mask[0] = BOTH; mask[1] = BOTH; // no signal reaches those who are gone,
-            suspended[0] = false; suspended[1] = false; suspended[3] = false; suspended[4] = false; // who all vanish
+            libcLock = NO_THREAD;
+            mask[0] = BOTH; mask[1] = BOTH; // no signal reaches the lost threads, so that all vanish
+            suspended[0] = false; suspended[1] = false; suspended[3] = false; suspended[4] = false;
             conditionExists[0] = false; expects[0] = false; semaphore[0] = 0; owed = 0;
             maskOutsideTheFork[1] = 0; seenInside = 0; seenWaiting = 0;
-            processEnds = gateClosed // or the child runs the record's destructor if it ends
+            processEnds = gateClosed // if it is open, the end of the child runs the record's destructor
         };
         gone == 2 && runs == 0
     fi
@@ -94,7 +94,7 @@ inline afterForkInParent()
 #ifndef WITHOUT_RESTORING_THE_PARENTS_MASK // fork restores the parent's mask
     mask[me] = MY_MASK_OUTSIDE_THE_FORK;
 #endif
-    assert(mask[me] == ownMask[me]) // a thread leaves with another mask than it came with
+    assert(mask[me] == ownMask[me]) // a thread leaves with a different signal mask
 }
 
 inline afterForkInChild()
@@ -115,9 +115,9 @@ inline afterForkInChild()
 #endif
     if
     :: pass ->
-        assert(recordExists); // the record is used after its end
+        assert(recordExists); // the record is used after it is freed
 #ifndef WITHOUT_A_NEW_MUTEX // the child's mutex is a new one
-        mutexOwner = NOBODY;
+        mutexOwner = NO_THREAD;
 #endif
 #ifndef WITHOUT_AN_EMPTY_QUEUE // the child's queue is empty
         d_step { queued[0] = false; waiting = 0 }
@@ -129,7 +129,7 @@ inline afterForkInChild()
     mask[me] = MY_MASK_OUTSIDE_THE_FORK;
 #endif
     leaveGate();
-    assert(mask[me] == ownMask[me]) // a thread leaves with another mask than it came with
+    assert(mask[me] == ownMask[me]) // a thread leaves with a different signal mask
 }
 
 active proctype Main() provided (!suspended[_pid])
@@ -157,7 +157,7 @@ end_beforeInit: {
         :: endTheProcess()
         :: libraryCall()
         :: beforeFork();
-            libraryCall(); // its child would be like that of the other
+            libraryCall(); // the child is not followed: it would be like that of Forker
             afterForkInParent()
         fi
     } unless { isChild };

@@ -1,20 +1,20 @@
-// The application's record, its gate, and the functions that use them; the three models include it. The names are those
-// of the code.
+// The application's record, its gate, and the functions that use them. The three models include this file. It uses the
+// names of the code.
 //
 // A process of the model is a thread, or one run of the handler on a thread; `me` is the thread in both. A run of the
 // handler suspends what it interrupts, which may be a run for the other signal.
 //
-// Each step that another thread or a signal can come before is a step here. `#ifndef WITHOUT_...` marks a protection:
-// script/prove leaves each of them out once, and expects an error. The comment behind an assertion is what script/prove
-// says of it.
+// Wherever another thread or a signal can interleave, the model has a step. `#ifndef WITHOUT_...` marks a protection:
+// script/prove removes each once and expects an error. The comment after an assertion is the text that script/prove
+// prints for it.
 
-#define NOBODY 255
+#define NO_THREAD 255
 #define SIGINT_BIT 1
 #define SIGTERM_BIT 2
 #define BOTH (SIGINT_BIT | SIGTERM_BIT)
 #define A_CODE 42 // what the program calls exit with
 
-// What a thread keeps on its stack. In the code each scope has its own; here they follow one another.
+// The local variables of a thread. In the code each scope has separate ones. Here all scopes share them in turn.
 #if defined WITHOUT_LEAVING_IN_ONE_STEP || defined WITHOUT_CLOSING_IN_ONE_STEP
 #define INSIDE byte inside;
 #else
@@ -24,33 +24,33 @@
 
 byte ownMask[THREADS] = OWN_MASKS; // the signals that the program blocks in a thread
 byte mask[THREADS] = OWN_MASKS;    // those that are blocked now
-byte top[THREADS] = THREAD_IDS;    // the process that runs on a thread: itself, or the last handler that interrupted it
+byte top[THREADS] = THREAD_IDS;    // the process that runs on a thread: itself, or the last handler there
 bool suspended[THREADS + 2];       // the processes that a handler has interrupted
 byte runs;                         // handlers that have begun and not returned
 
-byte libcLock = NOBODY;    // who holds malloc's lock, that of a thread's priority, any that the C library has
-bool initialised;          // Application::init was called: there are a mutex and handlers
+byte libcLock = NO_THREAD; // the thread that holds a lock of the C library: malloc's, that of a thread's priority, any
+bool initialised;          // Application::init was called: the mutex and the handlers exist
 bool recordExists = true;
-byte mutexOwner = NOBODY;
+byte mutexOwner = NO_THREAD;
 byte exitCode;
-bool queued[THREADS];      // condVar's waiters,
-byte waiting;              // and how many they are
-byte semaphore[THREADS];   // that of a thread's WaitingCondition
-bool gateClosed;           // recordGate's closed bit,
-byte gateInside;           // and how many are inside
+bool queued[THREADS];      // the waiters of condVar,
+byte waiting;              // and their number
+byte semaphore[THREADS];   // of a thread's WaitingCondition
+bool gateClosed;           // the closed bit of recordGate,
+byte gateInside;           // and the number inside
 bool HasApplicationTerminated;
 bool processEnds;          // a thread has returned from main, or called std::exit
-byte seenInside;           // gateInside and waiting, when the destructor looked last
+byte seenInside;           // gateInside and waiting, as the destructor read them last
 byte seenWaiting;
 #ifdef WITHOUT_A_TOKEN
 bool asleep[THREADS];
 #endif
 
-// What only the properties need.
-bool conditionExists[THREADS]; // a thread has a WaitingCondition
-bool expects[THREADS];         // a loop had the mutex, and has not been released since
-byte codeOfTheLastRequest;     // of those that have had the mutex
-byte owed;                     // loops that were released and have not returned
+// Used by the assertions only.
+bool conditionExists[THREADS]; // the thread's WaitingCondition exists
+bool expects[THREADS];         // the loop has held the mutex and has not been released since
+byte codeOfTheLastRequest;     // among the requests that have held the mutex
+byte owed;                     // released loops that have not returned
 
 // -- SignalMask, and the C library
 
@@ -61,7 +61,7 @@ inline blockSignals(previousMask)
 
 inline restore(previousMask)
 {
-#ifndef WITHOUT_RESTORING_THE_PREVIOUS_MASK // a scope leaves the mask that it found
+#ifndef WITHOUT_RESTORING_THE_PREVIOUS_MASK // the end of a scope restores the previous mask
     mask[me] = previousMask
 #else
     mask[me] = 0
@@ -71,11 +71,11 @@ inline restore(previousMask)
 inline pthread_mutex_lock()
 {
     atomic {
-        assert(initialised);      // a mutex is locked that nobody has made
-        assert(recordExists);     // the record is used after its end
+        assert(initialised);      // a mutex is locked that is not initialised
+        assert(recordExists);     // the record is used after it is freed
         assert(mutexOwner != me); // a handler waits for its own thread
-        mutexOwner == NOBODY;
-        assert(recordExists);     // the record is used after its end
+        mutexOwner == NO_THREAD;
+        assert(recordExists);     // the record is used after it is freed
         mutexOwner = me
     }
 }
@@ -83,23 +83,23 @@ inline pthread_mutex_lock()
 inline pthread_mutex_unlock()
 {
     d_step {
-        assert(recordExists);     // the record is used after its end
-        assert(mutexOwner == me); // a mutex is given back that another thread holds
-        mutexOwner = NOBODY
+        assert(recordExists);     // the record is used after it is freed
+        assert(mutexOwner == me); // a thread unlocks a mutex that it does not hold
+        mutexOwner = NO_THREAD
     }
 }
 
-// A call that takes a lock of the C library's. The handler may interrupt it.
+// A call that takes a lock of the C library. The handler may interrupt it.
 inline libraryCall()
 {
-    atomic { libcLock == NOBODY; libcLock = me };
-    libcLock = NOBODY
+    atomic { libcLock == NO_THREAD; libcLock = me };
+    libcLock = NO_THREAD
 }
 
 inline storeExitCode(code)
 {
     d_step {
-        assert(recordExists);     // the record is used after its end
+        assert(recordExists);     // the record is used after it is freed
         assert(mutexOwner == me); // the exit code is used without the mutex
         exitCode = code
     }
@@ -109,8 +109,8 @@ inline storeExitCode(code)
 
 inline enterGate()
 {
-#ifndef WITHOUT_COUNTING_WHO_IS_INSIDE // whoever enters the gate is counted
-#ifndef WITHOUT_ENTERING_IN_ONE_STEP // to see the gate open and to be counted is one step
+#ifndef WITHOUT_COUNTING_WHO_IS_INSIDE // each user that enters the gate is counted
+#ifndef WITHOUT_ENTERING_IN_ONE_STEP // checking the gate and counting the user are one step
     d_step { pass = !gateClosed; gateInside = gateInside + pass }
 #else
     pass = !gateClosed;
@@ -119,13 +119,13 @@ inline enterGate()
 #else
     pass = !gateClosed
 #endif
-    assert(pass || gateClosed) // the gate is open and refuses a user
+    assert(pass || gateClosed) // an open gate refuses a user
 }
 
 inline leaveGate()
 {
 #ifndef WITHOUT_COUNTING_WHO_IS_INSIDE
-#ifndef WITHOUT_LEAVING_IN_ONE_STEP // to read how many are inside and to write one less is one step
+#ifndef WITHOUT_LEAVING_IN_ONE_STEP // reading the count of users and decrementing it are one step
     d_step { gateInside = gateInside - pass; pass = false }
 #else
     if
@@ -154,18 +154,18 @@ inline enqueue()
     libraryCall(); // malloc
 #endif
     d_step {
-        assert(recordExists);     // the record is used after its end
+        assert(recordExists);     // the record is used after it is freed
         queued[me] = true;
         waiting++
     };
-    semaphore[me]-- // the token that it was made with
+    semaphore[me]-- // its initial token
 }
 
 inline release(thread)
 {
     atomic {
         queued[thread];
-        assert(conditionExists[thread]); // a loop is released that does not exist
+        assert(conditionExists[thread]); // a loop is released that has ended
         expects[thread] = false;
         owed++;
 #ifndef WITHOUT_A_TOKEN // a post that comes before the sleep is remembered
@@ -175,21 +175,21 @@ inline release(thread)
 #endif
     };
     d_step {
-        assert(recordExists);            // the record is used after its end
+        assert(recordExists);            // the record is used after it is freed
         queued[thread] = false;
         waiting--;
         released = true
     }
 }
 
-// Of two waiters the one with the higher priority is released; here, either.
+// The code releases the waiter of higher priority. Here it may be either.
 inline signal(code)
 {
     codeOfTheLastRequest = code;
     if
     :: atomic {
         waiting == 0;
-        assert(!expects[FIRST_LOOP] && !expects[SECOND_LOOP]); // a request misses a loop that waits
+        assert(!expects[FIRST_LOOP] && !expects[SECOND_LOOP]); // a request misses a waiting loop
         released = false
     }
     :: release(FIRST_LOOP)
@@ -207,14 +207,14 @@ inline runEventLoop()
     if
     :: !pass ->
         returned = false
-#ifndef WITHOUT_WAITING_ON_A_CLOSED_GATE // runEventLoop waits for the end of the process where the gate is closed
+#ifndef WITHOUT_WAITING_ON_A_CLOSED_GATE // at a closed gate runEventLoop waits for the end of the process
         ; goto parked
 #endif
     :: pass ->
-#ifndef WITHOUT_A_RECORD_BEFORE_THE_MUTEX // the loop makes its record before it takes the mutex
+#ifndef WITHOUT_A_RECORD_BEFORE_THE_MUTEX // the loop makes its waiter before it locks the mutex
         makeWaitingCondition();
 #endif
-#ifndef WITHOUT_BLOCKING_IN_THE_LOOP // the loop blocks the signals before it takes the mutex
+#ifndef WITHOUT_BLOCKING_IN_THE_LOOP // the loop blocks the signals before it locks the mutex
         blockSignals(previous);
 #else
         previous = mask[me];
@@ -227,21 +227,21 @@ inline runEventLoop()
 #ifdef WITHOUT_STAYING_IN_THE_GATE // the loop stays inside the gate until it returns
         leaveGate();
 #endif
-#ifdef WITHOUT_QUEUEING_BEFORE_THE_SIGNALS // the loop queues itself before it lets the signals through
+#ifdef WITHOUT_QUEUEING_BEFORE_THE_SIGNALS // the loop queues itself before it unblocks the signals
         restore(previous);
         enqueue();
         pthread_mutex_unlock();
 #else
-#ifdef WITHOUT_QUEUEING_BEFORE_UNLOCKING // the loop queues itself before it gives the mutex up
+#ifdef WITHOUT_QUEUEING_BEFORE_UNLOCKING // the loop queues itself before it unlocks the mutex
         pthread_mutex_unlock();
         enqueue();
 #else
         enqueue();
-#ifndef WITHOUT_UNLOCKING_BEFORE_THE_SIGNALS // the loop gives the mutex up before it lets the signals through
+#ifndef WITHOUT_UNLOCKING_BEFORE_THE_SIGNALS // the loop unlocks the mutex before it unblocks the signals
         pthread_mutex_unlock();
 #endif
 #endif
-#ifndef WITHOUT_SIGNALS_IN_THE_SLEEP // the loop lets the signals through while it sleeps
+#ifndef WITHOUT_SIGNALS_IN_THE_SLEEP // the loop unblocks the signals while it sleeps
         restore(previous);
 #endif
 #ifdef WITHOUT_UNLOCKING_BEFORE_THE_SIGNALS
@@ -252,30 +252,30 @@ inline runEventLoop()
         asleep[me] = true;
 #endif
         atomic {
-            assert(mask[me] == ownMask[me]); // a loop sleeps and its thread takes no signal
+            assert(mask[me] == ownMask[me]); // a loop sleeps with the signals blocked
 end_asleep:
             semaphore[me] > 0;
             semaphore[me]--
         };
-#ifndef WITHOUT_BLOCKING_AFTER_THE_SLEEP // the loop blocks the signals again before it takes the mutex back
+#ifndef WITHOUT_BLOCKING_AFTER_THE_SLEEP // the loop blocks the signals before it locks the mutex again
         blockSignals(previous);
 #endif
-#ifndef WITHOUT_TAKING_THE_MUTEX_BACK // the loop takes the mutex back after it was released
+#ifndef WITHOUT_TAKING_THE_MUTEX_BACK // the loop locks the mutex again after its release
         pthread_mutex_lock();
 #endif
         d_step {
-            assert(recordExists);     // the record is used after its end
+            assert(recordExists);     // the record is used after it is freed
             assert(mutexOwner == me); // the exit code is used without the mutex
-            assert(exitCode == codeOfTheLastRequest); // the loop returns another code than that of the last request
+            assert(exitCode == codeOfTheLastRequest); // the loop does not return the code of the last request
             assert(HasApplicationTerminated || exitCode == A_CODE); // the loop returns before the flag is set
-            assert(owed > 0);         // the loop returns and nobody has released it
+            assert(owed > 0);         // the loop returns without a release
             owed--;
             returned = true
         };
 #ifdef WITHOUT_LEAVING_THE_GATE_LAST
         leaveGate();
 #endif
-#ifndef WITHOUT_GIVING_THE_MUTEX_BACK // the loop gives the mutex back before it returns
+#ifndef WITHOUT_GIVING_THE_MUTEX_BACK // the loop unlocks the mutex before it returns
         pthread_mutex_unlock();
 #endif
         restore(previous);
@@ -283,15 +283,15 @@ end_asleep:
         leaveGate()
     fi;
     d_step {
-        assert(returned);                // runEventLoop returns and nobody asked for it
-        assert(mutexOwner != me);        // a thread leaves with the mutex
-        assert(mask[me] == ownMask[me])  // a thread leaves with another mask than it came with
+        assert(returned);                // runEventLoop returns without a request
+        assert(mutexOwner != me);        // a thread leaves with the mutex held
+        assert(mask[me] == ownMask[me])  // a thread leaves with a different signal mask
     }
 }
 
 inline tryExit(code)
 {
-#ifndef WITHOUT_BLOCKING_IN_EXIT // exit blocks the signals before it takes the mutex
+#ifndef WITHOUT_BLOCKING_IN_EXIT // exit blocks the signals before it locks the mutex
     blockSignals(previous);
 #else
     previous = mask[me];
@@ -318,7 +318,7 @@ inline tryExit(code)
         :: !released
         fi;
 #endif
-#ifdef WITHOUT_LEAVING_THE_GATE_LAST // who is inside leaves the gate after giving the mutex back
+#ifdef WITHOUT_LEAVING_THE_GATE_LAST // a user leaves the gate after it unlocks the mutex
         leaveGate();
 #endif
         pthread_mutex_unlock();
@@ -328,11 +328,11 @@ inline tryExit(code)
 #endif
     d_step {
         restore(previous);
-        assert(mask[me] == ownMask[me]) // a thread leaves with another mask than it came with
+        assert(mask[me] == ownMask[me]) // a thread leaves with a different signal mask
     }
 }
 
-// Has given up, if `released` is false afterwards.
+// If `released` is false afterwards, exit has given up.
 inline exit(code)
 {
     attempt = 0;
@@ -362,7 +362,7 @@ inline exit(code)
 
 inline application_exit_signal(signum)
 {
-#ifndef WITHOUT_BLOCKING_IN_THE_HANDLER // the handler blocks the other signal, too
+#ifndef WITHOUT_BLOCKING_IN_THE_HANDLER // the handler also blocks the other signal
     blockSignals(previous);
 #else
     previous = mask[me];
@@ -373,7 +373,7 @@ inline application_exit_signal(signum)
         pthread_mutex_lock();
         storeExitCode(signum + 130);
         signal(signum + 130);
-#ifndef WITHOUT_THE_FLAG_BEFORE_UNLOCKING // the handler sets the flag before it gives the mutex back
+#ifndef WITHOUT_THE_FLAG_BEFORE_UNLOCKING // the handler sets the flag before it unlocks the mutex
         HasApplicationTerminated = true;
 #endif
 #ifdef WITHOUT_LEAVING_THE_GATE_LAST
@@ -384,7 +384,7 @@ inline application_exit_signal(signum)
         ; HasApplicationTerminated = true
 #endif
     :: !pass
-#ifndef WITHOUT_THE_FLAG_ON_A_CLOSED_GATE // the handler sets the flag where the gate is closed, too
+#ifndef WITHOUT_THE_FLAG_ON_A_CLOSED_GATE // the handler also sets the flag at a closed gate
         -> HasApplicationTerminated = true
 #endif
     fi;
@@ -392,8 +392,8 @@ inline application_exit_signal(signum)
     restore(previous)
 }
 
-// The system runs the handler on any thread that does not block the signal, and blocks it there meanwhile. A signal
-// that is pending is one that comes later.
+// The system runs the handler on any thread that does not block the signal, and blocks the signal there during the run.
+// A pending signal is modelled as one that comes later.
 inline deliver(its)
 {
     atomic {
@@ -417,7 +417,7 @@ inline deliver(its)
 inline forgetTheRun()
 {
     runs--;
-    me = NOBODY;
+    me = NO_THREAD;
     interrupted = 0;
     interruptedMask = 0
 }
@@ -425,8 +425,8 @@ inline forgetTheRun()
 inline returnFromTheHandler(its)
 {
     d_step {
-        assert(HasApplicationTerminated);            // the handler has run and the flag is not set
-        assert(mask[me] == (interruptedMask | its)); // a thread leaves with another mask than it came with
+        assert(HasApplicationTerminated);            // the handler returns and the flag is not set
+        assert(mask[me] == (interruptedMask | its)); // a thread leaves with a different signal mask
         mask[me] = interruptedMask;
         top[me] = interrupted;
         suspended[interrupted] = false;
@@ -434,11 +434,11 @@ inline returnFromTheHandler(its)
     }
 }
 
-// The signals are blocked here by the rule for all who hold the mutex. That is no protection of its own: a handler that
+// The signals are blocked here because the thread holds the mutex. This is not a separate protection: a handler that
 // interrupts this thread finds the gate closed.
 inline isInUse()
 {
-#ifdef WITHOUT_A_LOOK_BEFORE_THE_MUTEX // the destructor takes the mutex only if somebody is inside
+#ifdef WITHOUT_A_LOOK_BEFORE_THE_MUTEX // the destructor locks the mutex only if a user is inside
     inUse = true;
 #else
     inUse = gateInside != 0;
@@ -447,8 +447,8 @@ inline isInUse()
     :: inUse ->
         blockSignals(previous);
         pthread_mutex_lock();
-#ifndef WITHOUT_LOOKING_WITH_THE_MUTEX // the destructor looks who is inside while it holds the mutex
-        if // C++ does not say which it reads first
+#ifndef WITHOUT_LOOKING_WITH_THE_MUTEX // the destructor reads the counts while it holds the mutex
+        if // C++ leaves open which one is read first
         :: seenInside = gateInside; seenWaiting = waiting
         :: seenWaiting = waiting; seenInside = gateInside
         fi;
@@ -468,8 +468,7 @@ inline isInUse()
     fi
 }
 
-// The code looks again every millisecond; here, when there is something else to see, so that to wait for ever is a
-// deadlock.
+// The code checks every millisecond. The model checks when a count has changed, so that an endless wait is a deadlock.
 inline nap()
 {
     (gateInside != seenInside || waiting != seenWaiting)
@@ -478,8 +477,8 @@ inline nap()
 inline destroyRecord()
 {
 #ifndef WITHOUT_CLOSING_THE_GATE // the destructor closes the gate
-#ifndef WITHOUT_CLOSING_BEFORE_LOOKING // the destructor closes the gate before it first looks
-#ifndef WITHOUT_CLOSING_IN_ONE_STEP // to read how many are inside and to write that with the closed bit is one step
+#ifndef WITHOUT_CLOSING_BEFORE_LOOKING // the destructor closes the gate before its first check
+#ifndef WITHOUT_CLOSING_IN_ONE_STEP // reading the count and setting the closed bit are one step
     gateClosed = true;
 #else
     inside = gateInside;
@@ -487,7 +486,7 @@ inline destroyRecord()
 #endif
 #endif
 #endif
-#ifndef WITHOUT_WAITING_FOR_THOSE_INSIDE // the destructor waits for those who are inside
+#ifndef WITHOUT_WAITING_FOR_THOSE_INSIDE // the destructor waits for the users inside
     do
     :: isInUse();
         if
@@ -500,16 +499,17 @@ inline destroyRecord()
     gateClosed = true;
 #endif
     atomic {
-        assert(mask[me] == ownMask[me]); // a thread leaves with another mask than it came with
-        assert(owed == 0);               // the record ends before a released loop has returned
+        assert(mask[me] == ownMask[me]); // a thread leaves with a different signal mask
+        assert(owed == 0);               // the record is freed before a released loop returns
         recordExists = false
     }
 }
 
 // std::exit, or the return from main.
 //
-// Of two threads that do this, the first destroys the record. The other waits for it in some C libraries. In others it
-// runs the remaining exit handlers, and ends the process at any time. That cuts a run short; each part of a run is searched.
+// The first of two threads that do this destroys the record. In some C libraries the second waits. In others it runs
+// the remaining exit handlers and ends the process at any time. That cuts a run short, and each part of a run is
+// searched.
 inline endTheProcess()
 {
     if

@@ -1,4 +1,4 @@
-// SIGINT and SIGTERM, each at most SIGNALS_EACH times; in the child of a fork once more if the fork came into the handler.
+// SIGINT and SIGTERM, each at most SIGNALS_EACH times. If a fork interrupts the handler, the child gets one more.
 
 inline sendAgain()
 {
@@ -14,7 +14,7 @@ inline sendAgain()
 
 active proctype Interrupt() provided (!suspended[_pid])
 {
-    byte me = NOBODY;
+    byte me = NO_THREAD;
     byte interrupted, interruptedMask, sent;
     LOCALS;
 end_notSent: {
@@ -32,7 +32,7 @@ end_notSent: {
 
 active proctype Terminate() provided (!suspended[_pid])
 {
-    byte me = NOBODY;
+    byte me = NO_THREAD;
     byte interrupted, interruptedMask, sent;
     LOCALS;
 end_notSent: {
@@ -48,7 +48,7 @@ end_notSent: {
 #endif
 }
 
-// Where nothing moves any more, and everybody who waits may do so.
+// Nothing can move any more, and every thread that still waits is allowed to.
 active proctype AtRest()
 {
 end_notYet:

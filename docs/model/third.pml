@@ -1,9 +1,9 @@
-// How a loop and a request meet a third thread, which ends the process or makes a second request.
+// A loop, a request, and a third thread that ends the process or makes a second request.
 //
-// The third thread takes SIGINT. It blocks SIGTERM, so that the search stays short. Both signals and both enders are in
-// ending.pml.
+// The third thread receives SIGINT. It blocks SIGTERM, so that the search stays short. ending.pml has both signals, and
+// lets either thread end the process.
 //
-// 2 states are unreached, as they should be: no second request finds a closed gate, and the third thread takes no SIGTERM.
+// 2 states are unreached, as intended: no second request finds a closed gate, and the third thread gets no SIGTERM.
 
 #define THREADS 3
 #define THREAD_IDS {0, 1, 2}

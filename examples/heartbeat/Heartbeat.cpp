@@ -23,23 +23,23 @@ void Heartbeat::onTimeout()
     std::optional<int> exitCode;
     try {
         exitCode = beat();
-    } catch (const std::exception& failure) { // none may leave a callback
+    } catch (const std::exception& failure) { // a callback must not throw
         std::cerr << name << ": " << failure.what() << std::endl;
         exitCode = EXIT_FAILURE;
     }
     if (exitCode) {
-        Application::app().exit(*exitCode); // without the mutex: it waits until the loop takes the code
+        Application::app().exit(*exitCode); // without the mutex, because exit() waits until it releases the loop
     }
 }
 
-// The program's exit code once it is to end.
+// Returns the exit code if the program must end.
 std::optional<int> Heartbeat::beat()
 {
     const ScopedLock lock(&mutex);
-    if (over || Application::HasApplicationTerminated) { // somebody has ended the program, or will
+    if (over || Application::HasApplicationTerminated) { // the program ends already
         return std::nullopt;
     }
-    over = true; // should anything fail
+    over = true; // stays if say() throws
     ++beaten;
     say("beat " + std::to_string(beaten));
     over = beaten == beats;

@@ -66,7 +66,7 @@ NumberSetting::NumberSetting(const std::string& longName, int code, const std::s
 
 int NumberSetting::number() const
 {
-    return wholeNumber(value()).value_or(lowest); // only good values are kept
+    return wholeNumber(value()).value_or(lowest); // only valid values are stored
 }
 
 std::string NumberSetting::problemWith(const std::string& candidate) const

@@ -5,7 +5,7 @@
 
 #include <string>
 
-/// Something to be set: by the command line, else by the configuration file, else by its default.
+/// A setting. The command line has precedence over the configuration file, and the file over the default.
 class Setting : public brindle::Option {
 public:
     /// @p longName is the option's name and the file's key.
@@ -13,13 +13,13 @@ public:
 
     int handleOption() override;
 
-    /// Takes what the file says, unless the command line has spoken. False if that is no good: see errors().
+    /// Takes the value in the file, unless the command line has set one. An invalid value gives false; see errors().
     bool takeFrom(const brindle::Configuration& file);
 
     std::string value() const { return text; }
 
 protected:
-    /// What is wrong with a value; empty if nothing is.
+    /// Describes what is wrong with a value. Empty for a valid value.
     virtual std::string problemWith(const std::string& candidate) const;
 
 private:
@@ -27,7 +27,7 @@ private:
     std::string text;
 };
 
-/// A whole number within bounds.
+/// A whole number between two bounds.
 class NumberSetting : public Setting {
 public:
     NumberSetting(const std::string& longName, int code, const std::string& meaning, int least, int most, int preset);

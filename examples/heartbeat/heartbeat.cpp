@@ -1,4 +1,4 @@
-// heartbeat: says a beat per interval until the last one, or until it is told to stop.
+// heartbeat: prints a beat in each interval until the last one, or until an exit request.
 
 #include "Heartbeat.hpp"
 #include "Service.hpp"
@@ -32,7 +32,7 @@ namespace {
 
 const std::vector<std::string> VALUED = {"-c", "--config", "-m", "--name", "-n", "--beats", "-i", "--interval"};
 
-/// Says what the options found wrong; what the parser found wrong it has said itself.
+/// Prints the errors of the options. The parser has printed its errors already.
 int refuse(const std::vector<Option*>& options)
 {
     for (const Option* option : options) {
@@ -43,13 +43,13 @@ int refuse(const std::vector<Option*>& options)
     return Application::app().printHelp(true);
 }
 
-/// Takes the settings from the file that the command line names, else from the usual one if it is there.
+/// Takes the settings from the file that the command line names, otherwise from the default file if it exists.
 /// Throws std::invalid_argument.
 void readFile(const Option& config, const std::vector<Setting*>& settings)
 {
     std::string path = config.argument();
     if (!config.isSet()) {
-        if (Application::app().appPath().empty()) { // which has said why
+        if (Application::app().appPath().empty()) { // which has printed the reason
             throw std::invalid_argument("the usual settings are found by that path; name a file with --config");
         }
         path = Application::app().appPrefix("bin") + "etc/heartbeat.conf";
@@ -72,7 +72,7 @@ int run(const std::string& name, int seconds, int beats)
     signals::endLoop();
     const int exitCode = Application::app().runEventLoop();
     heartbeat.stop();
-    if (exitCode > EXIT_FAILURE) { // a signal's
+    if (exitCode > EXIT_FAILURE) { // the status of a signal
         heartbeat.say("told to stop");
     }
     return exitCode;

@@ -36,13 +36,13 @@ constexpr int PATIENCE = 3; // jobs that wait for the worker
 std::atomic<int> toSyslog = 0;
 std::atomic_flag hasFailed = ATOMIC_FLAG_INIT;
 
-// The system may have no memory left, so this allocates none.
+// Allocates nothing, because the system may have no memory left.
 void endWithoutExpiries()
 {
     endAfter("no expiry for three periods: the system could make no thread for one");
 }
 
-// WatchdogSec in the unit suits the default period. The worker may be late by PATIENCE periods, so a longer period needs
+// WatchdogSec in the unit fits the default period. The worker may be late by PATIENCE periods, so a longer period needs
 // a longer limit.
 void announcePeriod(int seconds)
 {
@@ -54,7 +54,7 @@ void announcePeriod(int seconds)
     }
 }
 
-// The address that NOTIFY_SOCKET names: a path, or after "@" the name of an abstract address.
+// The value of NOTIFY_SOCKET is a path, or "@" and the name of an abstract address.
 void sendTo(const char* path, const std::string& state)
 {
     sockaddr_un address = {};
@@ -105,7 +105,7 @@ void complain(std::string_view what)
                            {colon, sizeof colon - 1},
                            {const_cast<char*>(what.data()), what.size()},
                            {end, sizeof end - 1}};
-    [[maybe_unused]] const ssize_t written = writev(STDERR_FILENO, parts, 4); // a failure could not be said
+    [[maybe_unused]] const ssize_t written = writev(STDERR_FILENO, parts, 4); // a failure cannot be reported
 }
 
 void endAfter(std::string_view failure)
@@ -178,11 +178,11 @@ try {
     }
     ++waiting;
     arrival.signal();
-} catch (const std::exception& failure) { // none may leave a callback; the mutex is free by now
+} catch (const std::exception& failure) { // a callback must not throw; the mutex is unlocked here
     endAfter(failure.what());
 }
 
-void Jobs::serve() // the worker's whole life
+void Jobs::serve() // runs on the worker's thread
 try {
     for (unsigned long job = 1;;) {
         if (takeJob()) {
@@ -197,7 +197,7 @@ try {
     endAfter(failure.what());
 }
 
-// Waits. False if there is a reload to do instead of a job.
+// Waits for a job or a reload. Returns false for a reload.
 bool Jobs::takeJob()
 {
     const ScopedLock lock(&mutex);

@@ -24,17 +24,17 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int STATUS_BASE = 130; // as runEventLoop() counts
+constexpr int STATUS_BASE = 130; // same as in runEventLoop()
 constexpr int PATIENCE = 3;      // periods
 
 pid_t program = 0;
 int wakeUpPipe[2] = {-1, -1};
-std::atomic<int> firstSignal = 0; // a later one changes nothing
+std::atomic<int> firstSignal = 0; // later ones have no effect
 std::atomic<int> loopIsNext = 0;
 std::atomic<void (*)()> onHangup = nullptr;
-std::atomic<int> hangup = 0; // a SIGHUP has come, and onHangup has not been called
+std::atomic<int> hangup = 0; // a SIGHUP is pending for onHangup
 std::atomic<unsigned> expiries = 0;
-std::atomic<int> period = 0; // in seconds; 0: none is expected
+std::atomic<int> period = 0; // in seconds; 0 if no expiry is expected
 std::atomic<void (*)()> reportMissing = nullptr;
 
 void mask(int how)
@@ -47,7 +47,7 @@ void mask(int how)
     pthread_sigmask(how, &signals, nullptr);
 }
 
-// Safe in a handler. A full pipe wakes the thread as well.
+// Async-signal-safe. A full pipe also wakes the thread.
 void wakeThread()
 {
     [[maybe_unused]] const ssize_t written = write(wakeUpPipe[1], "", 1);
@@ -65,7 +65,7 @@ void handle(int signum)
             Application::HasApplicationTerminated = true;
         }
         wakeThread();
-    } else { // a child between fork and exec, which shares the pipe: the signal is meant for the child alone
+    } else { // a child between fork and exec shares the pipe, but the signal is for the child only
         std::signal(signum, SIG_DFL);
         kill(getpid(), signum);
     }
@@ -83,7 +83,7 @@ void sleepUntil(Clock::time_point deadline, bool forEver)
     }
 }
 
-// A SIGHUP that comes during the start waits for endLoop(), which wakes this thread.
+// A SIGHUP during start-up stays pending until endLoop(), which wakes this thread.
 void serveHangup()
 {
     if (loopIsNext != 0 && hangup.exchange(0) != 0) {
@@ -91,7 +91,7 @@ void serveHangup()
     }
 }
 
-// Returns once SIGINT or SIGTERM has come. Looks at the expiries once in three periods, so that it seldom wakes.
+// Returns after SIGINT or SIGTERM. Checks the expiries once in three periods, so that the thread seldom wakes.
 void waitForSignal()
 {
     int watched = 0;
@@ -102,7 +102,7 @@ void waitForSignal()
         const Clock::time_point now = Clock::now();
         const std::chrono::seconds one(period);
         const bool isOver = watched != 0 && now - start >= PATIENCE * one;
-        // A process that was stopped and continued sleeps too long, and its expiries may be late as well.
+        // A process that was stopped and continued sleeps too long, and its expiries may also be late.
         if (isOver && seen == expiries && now - start < (PATIENCE + 1) * one) {
             reportMissing.load()();
             return;
@@ -116,15 +116,14 @@ void waitForSignal()
     }
 }
 
-// Before endLoop() nothing needs an orderly end, and the start may block for ever: the process ends at once. A signal
-// that this thread finds just before endLoop() ends it as well, with the same status. After endLoop(), exit() tries until
-// the loop waits.
+// Before endLoop(), nothing needs an orderly end and the start may block for ever. So the process ends at once, also if
+// this thread sees the signal just before endLoop(). After endLoop(), exit() tries until the loop waits.
 void serve()
 {
     waitForSignal();
     const int signum = firstSignal;
     if (signum == 0) {
-        return; // the program is being ended by reportMissing
+        return; // reportMissing ends the program
     }
     if (loopIsNext == 0) {
         _exit(signum + STATUS_BASE);
@@ -132,7 +131,7 @@ void serve()
     Application::app().exit(signum + STATUS_BASE);
 }
 
-// Not as descriptor 0, 1 or 2, where these were closed: what is written to standard output would go into the pipe.
+// Avoids descriptors 0, 1 and 2. If they were closed, the program's standard output would go into the pipe.
 void makePipe()
 {
     if (pipe2(wakeUpPipe, O_CLOEXEC | O_NONBLOCK) != 0) {
@@ -162,7 +161,7 @@ void endProgram(void (*hangupCallback)())
     makePipe();
     struct sigaction action = {};
     action.sa_handler = handle;
-    action.sa_flags = SA_RESTART; // calls of the program's own go on
+    action.sa_flags = SA_RESTART; // interrupted calls of the program restart
     sigemptyset(&action.sa_mask);
     if (sigaction(SIGINT, &action, nullptr) != 0 || sigaction(SIGTERM, &action, nullptr) != 0 ||
         (hangupCallback != nullptr && sigaction(SIGHUP, &action, nullptr) != 0)) {
@@ -179,7 +178,7 @@ void endProgram(void (*hangupCallback)())
 void endLoop()
 {
     loopIsNext = 1;
-    wakeThread(); // a SIGHUP may have come
+    wakeThread(); // a SIGHUP may be pending
 }
 
 void expectExpiries(int seconds, void (*missing)())

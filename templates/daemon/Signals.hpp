@@ -1,37 +1,37 @@
 #pragma once
 
-/// Ends the program after SIGINT and SIGTERM, at any moment after init(), and watches that expiries come.
+/// Ends the program after SIGINT and SIGTERM at any time after init(), and detects missing timer expiries.
 ///
-/// One thread sleeps until there is something to do. A program calls these in order:
+/// A separate thread sleeps until it is needed. A program calls these in order:
 ///
 /// @code
 /// signals::hold();
 /// app.init(&argc, argv, &options);
 /// signals::endProgram();
-/// // ... the start: a signal ends the process at once, with the signal's status
+/// // ... start-up: a signal ends the process at once, with the signal's status
 /// signals::endLoop();
 /// const int status = app.runEventLoop();   // a signal makes it return, with the signal's status
 /// @endcode
 namespace signals {
 
-/// Blocks SIGINT, SIGTERM and SIGHUP. Needed before init() and before the first thread: until endProgram(), they wait.
+/// Blocks SIGINT, SIGTERM and SIGHUP until endProgram(). Must be called before init() and before the first thread.
 void hold();
 
-/// Takes the signals from now on: installs the handlers, starts the thread and unblocks the signals, also those that
-/// were blocked when the program was started. Throws SystemException.
+/// Installs the handlers, starts the thread and unblocks the signals, also if the program started with them blocked.
+/// Throws SystemException.
 ///
-/// After a SIGHUP the thread calls @p hangupCallback, which returns soon and throws nothing. A SIGHUP of the start waits for
-/// endLoop(). Without a callback, SIGHUP keeps its former effect.
+/// After a SIGHUP the thread calls @p hangupCallback, which must return soon and not throw. A SIGHUP during start-up is
+/// served after endLoop(). Without a callback, SIGHUP keeps its previous action.
 void endProgram(void (*hangupCallback)() = nullptr);
 
-/// From now on a signal ends the loop, which must be entered within 20 s, instead of the process.
+/// Makes later signals end the loop instead of the process. The program must enter the loop within 20 s.
 void endLoop();
 
-/// Calls @p missing once, on the thread, when no expiry() came for three periods: the system drops an expiry without a
-/// report when it can make no thread. May be called again with another period. Needs endProgram().
+/// Makes the thread call @p missing once if no expiry() comes for three periods. The system drops an expiry silently
+/// when it cannot create a thread. May be called again with another period. Must follow endProgram().
 void expectExpiries(int seconds, void (*missing)());
 
-/// Tells that an expiry has come.
+/// Reports an expiry of the timer.
 void expiry();
 
 }

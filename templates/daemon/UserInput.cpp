@@ -18,7 +18,8 @@ bool contains(const std::vector<std::string>& texts, const std::string& text)
     return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
-// Whether the value of an option such as --config or -hc is the next word. That of --config=FILE or -hcFILE is not.
+// Returns whether the next word is the value of this option, as for --config or -hc. It is not for --config=FILE or
+// -hcFILE.
 bool takesNextWord(const std::string& option, const std::vector<std::string>& valued)
 {
     if (option.compare(0, 2, "--") == 0) {

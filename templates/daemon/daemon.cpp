@@ -1,4 +1,4 @@
-// @NAME@: a timer gives a worker a job every so many seconds, until a signal or a failure ends the program.
+// @NAME@: a timer gives a worker a job in each interval, until a signal or a failure ends the program.
 
 #include "Service.hpp"
 #include "Signals.hpp"
@@ -19,14 +19,14 @@ const char service::NAME[] = "@NAME@";
 
 namespace {
 
-/// Your work goes here. An exception ends the daemon with status 1. The end of the program does not wait for a job that is
-/// under way. Write a file that must be complete under another name, and then rename it.
+/// Your work goes here. An exception ends the daemon with status 1. The end of the program does not wait for a running
+/// job. So write a file that must be complete under a temporary name, and then rename it.
 void work(unsigned long job)
 {
     service::say("job " + std::to_string(job) + " done");
 }
 
-/// What the command line sets. VALUED lists the options that take a value.
+/// The options of the command line. VALUED lists those that take a value.
 struct Options {
     Option help{"help", 'h', false, "Show this help text."};
     Option version{"version", 'V', false, "Show the version."};
@@ -42,7 +42,7 @@ int secondsIn(const std::string& text, const std::string& where)
     return userinput::wholeNumber(text, 1, 86400, where);
 }
 
-/// The interval that the command line sets, else the file, else its default. Reads the file.
+/// Reads the file, and returns the interval: from the command line, otherwise from the file, otherwise the default.
 int interval(const Options& options)
 {
     const std::string path = options.config.argument();
@@ -57,7 +57,7 @@ int interval(const Options& options)
 Options* options = nullptr;
 service::Jobs* jobs = nullptr;
 
-/// After SIGHUP, on the worker's thread. After a mistake in the file the old settings stay.
+/// Runs after SIGHUP on the worker's thread. After an error in the file the old settings stay.
 void reload()
 {
     jobs->setPeriod(interval(*options));
@@ -69,7 +69,7 @@ void reload()
 int main(int argc, char** argv)
 try {
     std::signal(SIGPIPE, SIG_IGN); // a reader that has gone is a failed write, whichever thread writes
-    options = new Options;         // never destroyed, because a reload may be under way at the end
+    options = new Options;         // never destroyed, because a reload may run at the end
     options->config.setDefault(DAEMON_FILE);
     options->interval.setDefault("5");
 
@@ -86,7 +86,7 @@ try {
         parsed = app.parseArg();
     }
     if (parsed != -1) {
-        return app.printHelp(true); // the parser has said what was wrong
+        return app.printHelp(true); // the parser has printed the error
     }
     const std::string word = userinput::firstWord(argc, argv, VALUED);
     if (!word.empty()) {

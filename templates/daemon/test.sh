@@ -1,6 +1,6 @@
 #!/bin/sh
-# test.sh COMMAND...: starts the daemon by this command (its path, perhaps after an emulator), signals it, and looks at its
-# status. Waits for what it says and for the state that it is in, never for a time.
+# test.sh COMMAND...: starts the daemon with this command (its path, perhaps after an emulator), sends signals, and
+# checks its exit status. Waits for its messages and its state, never for a time.
 set -eu
 work=$(mktemp -d)
 daemon='' filler=''
@@ -13,13 +13,13 @@ fail() {
     exit 1
 }
 
-# hears LINE: the next that the daemon says.
+# hears LINE: expects this as the next line of the daemon.
 hears() {
     read -r line <&3 || fail "it ended before it said '$1'"
     [ "$line" = "$1" ] || fail "it said '$line', not '$1'"
 }
 
-# ends_with STATUS WHY. What it said and nobody has read goes away with the last who has the pipe open.
+# ends_with STATUS WHY: expects this exit status, and discards unread output.
 ends_with() {
     status=0
     wait "$daemon" || status=$?
@@ -29,7 +29,7 @@ ends_with() {
     echo "$2: status $1"
 }
 
-# complains WHAT: in one line.
+# complains WHAT: expects one line on standard error that contains WHAT.
 complains() {
     if [ "$(grep -c '' "$work/complaint")" -ne 1 ] || ! grep -qFe "$1" "$work/complaint"; then
         fail "not one line with '$1': $(cat "$work/complaint")"
@@ -43,12 +43,12 @@ for signal in TERM INT; do
     hears 'a job every 1 s'
     hears 'job 1 done'
     [ -e "/proc/$daemon/status" ] || fail 'there is no /proc, which shows whether the main thread sleeps'
-    until grep -q '^State:.[SZ]' "/proc/$daemon/status"; do :; done # the main thread sleeps in its loop
+    until grep -q '^State:.[SZ]' "/proc/$daemon/status"; do :; done # until the main thread sleeps in its loop
     kill -s "$signal" "$daemon"
     if [ "$signal" = TERM ]; then ends_with 145 SIGTERM; else ends_with 132 SIGINT; fi
 done
 
-# A start that blocks, in settings that never come. It opens them when it takes signals already. SIGHUP does not end it.
+# A start that blocks in a pipe without settings, which it opens after it handles signals. SIGHUP does not end it.
 for signal in TERM INT; do
     "$@" --config "$work/settings" >"$work/said" &
     daemon=$!
@@ -59,7 +59,7 @@ for signal in TERM INT; do
     exec 4>&-
 done
 
-# A reload takes the new interval, and after a mistake it keeps the old one.
+# A reload takes the new interval, and keeps the old one after an error.
 # hears_after_jobs LINE: like hears, but skips jobs.
 hears_after_jobs() {
     while read -r line <&3; do
@@ -99,7 +99,7 @@ exec 3<&-
 ends_with 1 'a worker that fails'
 complains 'write to standard output: '
 
-# The worker cannot write, since the pipe is full and stays so, and jobs wait for it.
+# The worker is blocked in a full pipe, and jobs accumulate.
 exec 3<>"$work/said"
 "$@" --config "$work/good" >"$work/said" 2>"$work/complaint" 3>&- &
 daemon=$!
@@ -110,12 +110,12 @@ ends_with 1 'a worker that is stuck'
 filler= # ends with the pipe
 complains '3 jobs wait for it'
 
-# refuses SETTINGS COMPLAINT COMMAND...
+# refuses SETTINGS COMPLAINT COMMAND...: expects status 2 and this complaint.
 refuses() {
     echo "$1" >"$work/bad"
     complaint=$2
     shift 2
-    timeout 30 "$@" 2>"$work/complaint" & # one that is not refused would stay
+    timeout 30 "$@" 2>"$work/complaint" & # a daemon that accepts the settings would keep running
     daemon=$!
     ends_with 2 "$complaint"
     complains "$complaint"

@@ -9,8 +9,8 @@ PUMPD_SITE_METHOD = local
 PUMPD_DEPENDENCIES = brindle
 PUMPD_SUPPORTS_IN_SOURCE_BUILD = NO
 
-# The program, its settings and the systemd unit are installed by CMake. The scripts of other init systems are
-# components that CMake installs on request.
+# CMake installs the program, its settings and the systemd unit. The scripts for other init systems are separate
+# components.
 define PUMPD_INSTALL_INIT_SYSV
 	$(TARGET_MAKE_ENV) DESTDIR=$(TARGET_DIR) $(BR2_CMAKE) \
 		--install $(PUMPD_BUILDDIR) --component init

@@ -1,16 +1,16 @@
 SUMMARY = "Building blocks for programs that keep running until they are told to stop"
 SECTION = "libs"
-# No licence has been chosen, so the packages are for local use only.
+# The owner has not chosen a licence, so the packages are for local use only.
 LICENSE = "CLOSED"
 
 DEPENDS = "apr util-linux-libuuid"
 
 inherit cmake pkgconfig externalsrc
 
-# The tree in which this layer lies.
+# The tree that contains this layer.
 EXTERNALSRC = "${@os.path.abspath(os.path.join(d.getVar('THISDIR'), '../../../..'))}"
 
-# The version is that of CMakeLists.txt, and a change there has the recipe parsed again.
+# Reads the version from CMakeLists.txt. A change of that file makes BitBake parse the recipe again.
 def brindle_version(d):
     import re
 
@@ -23,9 +23,9 @@ PV = "${@brindle_version(d)}"
 
 EXTRA_OECMAKE = "-DBRINDLE_BUILD_TESTS=OFF -DBRINDLE_BUILD_EXAMPLES=OFF"
 
-# Before the other packages, which would take the same files.
+# Must come before the other packages, which would claim the same files.
 PACKAGES =+ "${PN}-new-daemon"
 SUMMARY:${PN}-new-daemon = "Writes a daemon to start from"
 FILES:${PN}-new-daemon = "${bindir}/brindle-new-daemon ${datadir}/brindle"
-# The templates name interpreters, such as OpenRC's, that a daemon needs and this package does not.
+# The templates name interpreters, such as that of OpenRC. A daemon needs them, this package does not.
 SKIP_FILEDEPS:${PN}-new-daemon = "1"
