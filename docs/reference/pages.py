@@ -86,13 +86,7 @@ def heading(path, line, taken):
     return f"{level} {prose(path, words)} {{#{section_name(page, words, taken)}}}"
 
 
-def first_table(path):
-    with open(path, encoding="utf-8") as file:
-        return re.search(r"(^\|[^\n]*\n)+", file.read(), re.M)[0]
-
-
 def page(path, text):
-    text = re.sub(r"^@table (\S+)$", lambda found: first_table(found[1]), text, flags=re.M)
     parts = []
     taken = {}
     last = 0
