@@ -20,7 +20,7 @@ import time
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 PROGRAMS = ROOT / "build/bench/benchmarks"
 LIBRARY = ROOT / "build/bench/src/libbrindle.so.1"
-SUBJECTS = ["files", "versions", "lock", "handoff", "waiters", "timers", "options", "uuid", "daemon", "size"]
+SUBJECTS = ["files", "versions", "handoff", "waiters", "timers", "options", "uuid", "daemon", "size"]
 TOO_LONG = 120  # seconds for one run
 
 # What the table shows: a benchmark's row and size, and the most that ours may take, by whose figure it is divided.
@@ -37,7 +37,6 @@ ROWS = [
     Row("versions", "version from text", "", {"Qt": 0.90}),
     Row("versions", "compare versions", "", {"Qt": 0.50}),
     Row("size", "stripped library", "", {"49,152 bytes": 49152}),
-    Row("lock", "lock and unlock", "", {"std::lock_guard": 1.03}),
     Row("timers", "timer expiry", "", {"floor": 1.05}),
     Row("daemon", "daemon, start to exit", "", {"asio": 1.05, "POCO": 0.50}),
     Row("daemon", "memory of the daemon", "", {"3.82 MB": 3.82e6}),
@@ -47,7 +46,7 @@ ROWS = [
     Row("options", "parse options", "64", {"floor": 1.0, "POCO": 0.13}),
     Row("uuid", "make a UUID", "", {"floor": 1.03}),
 ]
-NOT_PEERS = ("brindle", "floor", "semaphores side by side")
+NOT_PEERS = ("brindle", "floor")
 UNITS = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
 
 
@@ -264,9 +263,6 @@ def draw_plots(directory, figures, medians):
          'set xtics (1, 4, 16, 64, 256, 1024); '
          'set ylabel "microseconds until all have returned"', series_of(medians, "release waiters", 1e6),
          "with linespoints")
-    draw(directory, "options", 'set logscale xy; set xlabel "options on the command line"; '
-         'set xtics (4, 16, 64, 256, 1024); set ylabel "nanoseconds for each"',
-         series_of(medians, "parse options", 1e9), "with linespoints")
     starts = [(who, [(1e3 * value, (number + 1) / len(values)) for number, value in enumerate(sorted(values))])
               for (row, who, _), values in figures.items() if row == "daemon, start to exit"]
     starts.sort(key=lambda one: (one[0] != "brindle", one[0] == "floor", one[0]))

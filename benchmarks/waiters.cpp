@@ -42,23 +42,21 @@ private:
     std::condition_variable condition;
 };
 
-// A semaphore for each waiter, and a mutex that everybody takes: in the frames of the waiting threads, or side by side.
-template <bool SIDE_BY_SIDE>
+// A semaphore in the frame of each waiting thread, and a mutex that all take.
 class Semaphores {
 public:
-    explicit Semaphores(int size) : own(static_cast<std::size_t>(size)), queue(own.size()) {}
-    void wait(int number)
+    explicit Semaphores(int size) : queue(static_cast<std::size_t>(size)) {}
+    void wait(int /*number*/)
     {
-        sem_t inTheFrame;
-        sem_t* const semaphore = SIDE_BY_SIDE ? &own[static_cast<std::size_t>(number)] : &inTheFrame;
-        sem_init(semaphore, 0, 0);
+        sem_t semaphore;
+        sem_init(&semaphore, 0, 0);
         mutex.lock();
-        queue[queued++] = semaphore;
+        queue[queued++] = &semaphore;
         mutex.unlock();
-        sem_wait(semaphore);
+        sem_wait(&semaphore);
         mutex.lock();
         mutex.unlock();
-        sem_destroy(semaphore);
+        sem_destroy(&semaphore);
     }
     int waiting()
     {
@@ -75,7 +73,6 @@ public:
 
 private:
     PosixMutex mutex;
-    std::vector<sem_t> own;
     std::vector<sem_t*> queue;
     std::size_t queued = 0;
 };
@@ -84,8 +81,7 @@ BENCHMARK(release<ConditionCrowd<PosixMutex, Brindle>>)->Name("release waiters/b
 BENCHMARK(release<ConditionCrowd<std::mutex, Standard>>)
     ->Name("release waiters/std::condition_variable")
     ->Apply(crowds);
-BENCHMARK(release<Semaphores<false>>)->Name("release waiters/floor")->Apply(crowds);
-BENCHMARK(release<Semaphores<true>>)->Name("release waiters/semaphores side by side")->Apply(crowds);
+BENCHMARK(release<Semaphores>)->Name("release waiters/floor")->Apply(crowds);
 
 }
 

@@ -51,7 +51,7 @@ void release(benchmark::State& state)
     }
 }
 
-// The threads begin to wait again as soon as they have returned, so whoever waits counts by himself.
+// The threads wait again as soon as they have returned, so a count of waiting threads ends with the round.
 template <typename Mutex, typename Condition>
 class ConditionCrowd {
 public:
@@ -60,7 +60,8 @@ public:
     {
         mutex.lock();
         const long mine = round;
-        for (++queued; round == mine;) {
+        ++queued;
+        while (round == mine) {
             condition.wait(mutex);
         }
         mutex.unlock();

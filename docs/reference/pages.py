@@ -9,8 +9,6 @@ import os
 import re
 import sys
 
-import pictures
-
 # Code blocks with fences, indented code blocks, headings; what lies between them is prose.
 BLOCKS = re.compile(r"(?P<fenced>^```(?P<language>[^\n]*)\n(?P<body>.*?)^```$)"
                     r"|(?P<indented>(?:(?<=\n\n)|\A)(?:    [^\n]*\n|\n(?=    ))+)"
@@ -39,6 +37,11 @@ def section_name(page, words, taken):
     return f"{page}-{slug}" + (f"-{count}" if count else "")
 
 
+def title_of(path):
+    with open(path, encoding="utf-8") as file:
+        return file.readline().strip("# \n")
+
+
 def link(path, words, target):
     """A Markdown link in the file at this path, with a target that Doxygen knows."""
     if re.match(r"[a-z]+:", target):
@@ -50,6 +53,8 @@ def link(path, words, target):
     code, words = words, words.replace("`", "")      # which Doxygen would show as they are
     if file.endswith(".md"):
         page = page_name(file)
+        if words.endswith(".md"):
+            words = title_of(file)
         return f"[{words}](@ref {page}{'-' + anchor if anchor else ''})"
     if file.startswith("include/brindle/") and file.endswith(".hpp"):
         name = os.path.splitext(os.path.relpath(file, "include/brindle"))[0].replace("/", "::")
@@ -83,16 +88,35 @@ def heading(path, line, taken):
     page = page_name(path)
     if level == "#":
         return f"# {prose(path, words)}" + ("" if page == "index" else f" {{#{page}}}")
+    if page == "index":                               # whose sections Doxygen would list in the sidebar before all pages
+        return f"@anchor {section_name(page, words, taken)}\n<h{len(level)}>{words}</h{len(level)}>"
     return f"{level} {prose(path, words)} {{#{section_name(page, words, taken)}}}"
 
 
-def first_table(path):
-    with open(path, encoding="utf-8") as file:
-        return re.search(r"(^\|[^\n]*\n)+", file.read(), re.M)[0]
+DOT = """bgcolor=transparent;
+node [shape=box style=rounded fontname="DejaVu Sans" fontsize=13];
+edge [fontname="DejaVu Sans" fontsize=12];
+"[*]" [shape=circle label="" width=0.16];
+"""
+ARC = {"->>": "=>", "-->>": ">>"}
+
+
+def diagram(text):
+    """What forges draw with Mermaid, for the two programs that Doxygen has: transitions of states, or a sequence."""
+    kind, body = text.split("\n", 1)
+    if kind == "stateDiagram-v2":
+        arrows = re.sub(r"(?m)^ *(\S+) --> (\S+): (.+)$", r'"\1" -> "\2" [label="  \3"];', body)
+        return f"@dot\ndigraph {{\n{DOT}{arrows}}}\n@enddot"
+    participants = re.findall(r"(?m)^ *participant (\w+)(?: as (.+))?$", body)
+    lines = ['wordwraparcs=1, hscale="1.3";', ", ".join(f'{name} [label="{label or name}"]' for name, label in participants) + ";"]
+    for note, source, arrow, target, label in re.findall(
+            r"(?m)^ *(?:Note over (\w+)|(\w+)(--?>>)(\w+)): (.+)$", body):
+        lines.append(f'{note} note {note} [label="{label}"];' if note
+                     else f'{source}{ARC[arrow]}{target} [label="{label}"];')
+    return "\n".join(["@msc", *lines, "@endmsc"])
 
 
 def page(path, text):
-    text = re.sub(r"^@table (\S+)$", lambda found: first_table(found[1]), text, flags=re.M)
     parts = []
     taken = {}
     last = 0
@@ -102,7 +126,7 @@ def page(path, text):
         if found["heading"]:
             parts.append(heading(path, found["heading"], taken))
         elif found["language"] == "mermaid":
-            parts.append(f"@htmlonly[block]\n<div class=\"picture\">{pictures.draw(found['body'])}</div>\n@endhtmlonly\n")
+            parts.append(diagram(found["body"]))
         else:
             parts.append(found[0])
     parts.append(prose(path, text[last:]))
