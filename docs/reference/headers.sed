@@ -1,0 +1,3 @@
+# What Doxygen does not list.
+/^ *friend /s/.*//
+/= delete;/s/.*//
