@@ -1,5 +1,6 @@
 #include "StandIns.hpp"
 #include "threads/WaiterQueue.hpp"
+#include "support/EverySequence.hpp"
 
 #include <brindle/threads/CondVar.hpp>
 #include <brindle/threads/ScopedLock.hpp>
@@ -152,7 +153,7 @@ TEST(CondVar, EndsOneWaitForEachReleaseWhateverInterruptsIt)
 // Sequences of relock() and unlock().
 TEST(ScopedLock, HoldsTheMutexExactlyOnceWhateverIsCalled)
 {
-    forEveryText("+-", 5, [](const std::string& calls) {
+    forEverySequence(std::string("+-"), 5, [](const std::string& calls) {
         ScopedLock lock(&pretended);
         EXPECT_EQ(1, locks);
         for (const char call : calls) {

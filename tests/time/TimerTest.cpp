@@ -1,4 +1,5 @@
 #include "StandIns.hpp"
+#include "support/EverySequence.hpp"
 
 #include <brindle/time/Timer.hpp>
 
@@ -49,7 +50,7 @@ int timer_delete(timer_t id) noexcept
 TEST(Timer, HasOneTimerFromStartToStopWithTheDurationOfItsStart)
 {
     allocations::failEach([] { const Timer timer(1); }, [] {});
-    forEveryText("-+csm", 4, [](const std::string& steps) {
+    forEverySequence(std::string("-+csm"), 4, [](const std::string& steps) {
         Timer timer(0);
         const auto start = steps.size() % 2 == 0 ? &Timer::start : &Timer::restart;
         long expected = NONE;

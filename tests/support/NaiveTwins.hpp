@@ -1,13 +1,14 @@
 #pragma once
 
-// Naive twins of what the library does, for tests and fuzzers.
-
 #include <map>
 #include <sstream>
 #include <string>
 
-/// What a configuration file with @p content holds.
-inline std::map<std::string, std::string> plainEntries(const std::string& content)
+/// Slow and simple versions of what the library does, for tests and fuzzers to compare with.
+namespace naive {
+
+/// The entries of a configuration file with @p content.
+inline std::map<std::string, std::string> entriesOf(const std::string& content)
 {
     std::map<std::string, std::string> entries;
     std::istringstream words(content);
@@ -19,4 +20,6 @@ inline std::map<std::string, std::string> plainEntries(const std::string& conten
         }
     }
     return entries;
+}
+
 }
