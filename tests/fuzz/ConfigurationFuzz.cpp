@@ -5,7 +5,6 @@
 #include <brindle/Configuration.hpp>
 
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
 #include <sys/mman.h>
 

@@ -7,11 +7,9 @@ void* operator new(std::size_t size)
 {
     const char* const name = sizeof size == sizeof(long long) ? "_Znwm" : "_Znwj"; // as compilers mangle this function
     static const auto realNew = reinterpret_cast<void* (*)(std::size_t)>(dlsym(RTLD_NEXT, name));
-    if (allocations::untilFailure > 0) {
-        --allocations::untilFailure;
-        if (allocations::untilFailure == 0) {
-            throw std::bad_alloc();
-        }
+    --allocations::untilFailure;
+    if (allocations::untilFailure == 0) {
+        throw std::bad_alloc();
     }
     return realNew(size);
 }

@@ -2,8 +2,6 @@
 
 #include "support/InterposedCall.hpp"
 
-#include <utility>
-
 int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
 {
     if (mutex != &fakeMutex) {
@@ -19,8 +17,6 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
         return REAL_CALL(pthread_mutex_unlock)(mutex);
     }
     callTrace += "unlock ";
-    if (onUnlock) {
-        std::exchange(onUnlock, nullptr)();
-    }
+    onUnlock();
     return 0;
 }

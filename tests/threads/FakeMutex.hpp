@@ -10,5 +10,5 @@ inline pthread_mutex_t fakeMutex;
 /// What the interposed calls of this thread have done.
 inline thread_local std::string callTrace;
 
-/// Runs, once, as soon as this thread has unlocked fakeMutex.
-inline thread_local std::function<void()> onUnlock;
+/// Runs when this thread has unlocked fakeMutex.
+inline thread_local std::function<void()> onUnlock = [] {};
