@@ -72,9 +72,8 @@ TEST(Configuration, ReadsEveryShortFileAsItsNaiveTwinDoesAndClosesIt)
 
 TEST(Configuration, ReadsALargeFileAlsoWhenASignalComes)
 {
-    std::string content;
-    for (unsigned word = 0; word < 1024;
-         ++word) { // at 1024 a vector is full; keys come again, some too long to be sorted
+    std::string content;                           // keys come again, and some are too long to be sorted
+    for (unsigned word = 0; word < 1024; ++word) { // at 1024 a vector is full, and ends where its memory does
         content += std::string(word % 97, 'a') + "=" + std::to_string(word) + " ";
     }
     Configuration configuration;

@@ -40,7 +40,8 @@ TEST(Version, NamesTheLevelThatItCannotRead)
     for (const auto& [shows, text, level, reason, error] : cases) {
         errno = ENOENT;
         try {
-            ADD_FAILURE() << shows << ": read as " << Version(text);
+            const Version version(text);
+            ADD_FAILURE() << shows << ": read as " << version;
         } catch (const std::runtime_error& failure) {
             const std::string begin = "Could not convert " + text + " to a version. The version level \"" + level;
             EXPECT_EQ(begin + "\" cannot be converted to a number" + reason + ". Error message: " + strerror(error),
