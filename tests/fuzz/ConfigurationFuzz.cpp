@@ -1,11 +1,10 @@
 // Any bytes as a configuration file give the entries that the naive twin finds.
 
-#include "Twins.hpp"
+#include "support/NaiveTwins.hpp"
 
 #include <brindle/Configuration.hpp>
 
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
 #include <sys/mman.h>
 
@@ -19,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string content(data, data + size);
     std::ofstream(path) << content;
     Reader reader;
-    if (!reader.readCfgFile(path) || reader.entries != plainEntries(content)) {
+    if (!reader.readCfgFile(path) || reader.entries != naive::entriesOf(content)) {
         std::abort();
     }
     return 0;

@@ -1,10 +1,11 @@
-#include "StandIns.hpp"
+// The library calls the functions of this program in place of the system's. They hold it to one timer at a time, and pass the
+// calls on. Periods are so long that no timer expires.
+
+#include "support/FailingAllocator.hpp"
+#include "support/InterposedCall.hpp"
 
 #include <brindle/time/Timer.hpp>
 
-#include <cerrno>
-#include <csignal>
-#include <ctime>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
@@ -12,80 +13,90 @@ using brindle::time::Timer;
 
 namespace {
 
-char failing = ' ';       // the call that fails: to (c)reate a timer or to (s)et it
-constexpr long NONE = -2; // no timer
-long period = NONE;       // of the one timer that there may be, 0 while it is disarmed
+// Written by the interposed calls: the period in seconds of the timer that there is.
+constexpr long NO_TIMER = -1, DISARMED = 0;
+long period = NO_TIMER;
 
 }
 
-// What the library calls in place of the system's.
-
 int timer_create(clockid_t clock, sigevent* event, timer_t* id) noexcept
 {
-    EXPECT_TRUE(clock == CLOCK_REALTIME && period == NONE);
-    errno = EAGAIN;
-    const int result = failing == 'c' ? -1 : REAL_CALL(timer_create)(clock, event, id);
-    period = result == 0 ? 0 : NONE;
+    EXPECT_EQ(NO_TIMER, period) << "timer_create() while there is a timer";
+    EXPECT_EQ(CLOCK_REALTIME, clock);
+    const int result = REAL_CALL(timer_create)(clock, event, id);
+    period = result == 0 ? DISARMED : NO_TIMER;
     return result;
 }
 
 int timer_settime(timer_t id, int flags, const itimerspec* spec, itimerspec* old) noexcept
 {
-    EXPECT_TRUE(period != NONE && flags == 0 && spec->it_interval.tv_sec == spec->it_value.tv_sec);
-    period = static_cast<long>(spec->it_value.tv_sec);
-    errno = ENOTSUP;
-    return failing == 's' ? -1 : REAL_CALL(timer_settime)(id, flags, spec, old);
+    EXPECT_NE(NO_TIMER, period) << "timer_settime() without a timer";
+    EXPECT_EQ(0, flags) << "not a relative time";
+    EXPECT_EQ(spec->it_value.tv_sec, spec->it_interval.tv_sec) << "the first period is not as long as the others";
+    const int result = REAL_CALL(timer_settime)(id, flags, spec, old);
+    period = result == 0 ? spec->it_value.tv_sec : period;
+    return result;
 }
 
 int timer_delete(timer_t id) noexcept
 {
-    EXPECT_EQ(0, period);
-    period = NONE;
+    EXPECT_EQ(DISARMED, period) << "timer_delete() without a disarmed timer";
+    period = NO_TIMER;
     return REAL_CALL(timer_delete)(id);
 }
 
-// Every sequence of up to four steps: a stop(), a start, and starts without a timer, arming and memory. Every step has a
-// duration of its own, and the timer's destruction ends them.
-TEST(Timer, HasOneTimerFromStartToStopWithTheDurationOfItsStart)
+TEST(Timer, RunsFromStartToStopOrDestruction)
 {
-    allocations::failEach([] { const Timer timer(1); }, [] {});
-    forEveryText("-+csm", 4, [](const std::string& steps) {
-        Timer timer(0);
-        const auto start = steps.size() % 2 == 0 ? &Timer::start : &Timer::restart;
-        long expected = NONE;
-        for (std::size_t position = 0; position < steps.size(); ++position) {
-            failing = steps[position];
-            const int duration = 1'000'000 * (2 - static_cast<int>(position));
-            timer.setDuration(duration);
-            if (failing == '-') {
-                timer.stop();
-                expected = NONE;
-            } else if (failing == 'm') {
-                allocations::untilFailure = 1;
-                EXPECT_THROW((timer.*start)(), std::bad_alloc);
-                expected = start == &Timer::restart ? NONE : expected; // which stops the timer first
-            } else {
-                const int error = failing == 'c' ? EAGAIN : failing == 's' ? ENOTSUP : duration < 0 ? EINVAL : 0;
-                EXPECT_EQ(error, (timer.*start)() == 0 ? 0 : errno);
-                expected = failing == 'c' ? NONE : duration;
-            }
-            ASSERT_TRUE(expected == period && duration == timer.duration()) << steps << ", step " << position;
-        }
-    });
+    {
+        Timer timer(1000);
+        EXPECT_EQ(0, timer.start());
+        EXPECT_EQ(1000, period);
+        timer.stop();
+        timer.stop();
+        EXPECT_EQ(NO_TIMER, period);
+        EXPECT_EQ(0, timer.restart());
+        EXPECT_EQ(1000, period);
+    }
+    EXPECT_EQ(NO_TIMER, period);
 }
 
-TEST(Timer, LeavesNoThreadBehindWhereTheSystemHasNoTimerLeft)
+TEST(Timer, TakesANewDurationAtTheNextStart)
 {
-    rlimit usual = {};
-    getrlimit(RLIMIT_SIGPENDING, &usual);
-    const rlimit none = {0, usual.rlim_max};
+    Timer timer(1000);
+    timer.start();
+    timer.setDuration(2000);
+    EXPECT_EQ(1000, period) << "the period under way has changed";
+    timer.start();
+    EXPECT_EQ(2000, period);
+    timer.setDuration(-1);
+    EXPECT_EQ(-1, timer.duration());
+    EXPECT_EQ(-1, timer.restart());
+    EXPECT_EQ(EINVAL, errno);
+    EXPECT_EQ(DISARMED, period);
+}
+
+TEST(Timer, RunsOnWhereStartHasNoMemory)
+{
+    Timer timer(1000);
+    timer.start();
+    allocations::untilFailure = 1;
+    EXPECT_THROW(timer.start(), std::bad_alloc);
+    EXPECT_EQ(1000, period);
+}
+
+TEST(Timer, LeavesNoTimerAndNoThreadBehindWhereTheSystemHasNoTimerLeft)
+{
+    rlimit limit = {};
+    getrlimit(RLIMIT_SIGPENDING, &limit);
+    const rlimit none = {0, limit.rlim_max};
     setrlimit(RLIMIT_SIGPENDING, &none);
+    Timer timer(1000);
+    timer.start();                       // with glibc this makes the thread that serves all timers
     struct stat before = {}, after = {}; // the directory has a link for each thread
-    Timer timer(1);
-    EXPECT_EQ(-1, timer.start()); // with glibc this makes the thread that serves all timers
     stat("/proc/self/task", &before);
     EXPECT_EQ(-1, timer.start());
+    EXPECT_EQ(EAGAIN, errno);
     stat("/proc/self/task", &after);
     EXPECT_EQ(before.st_nlink, after.st_nlink);
-    setrlimit(RLIMIT_SIGPENDING, &usual); // or valgrind cannot end the process
+    setrlimit(RLIMIT_SIGPENDING, &limit); // or valgrind cannot end the process
 }
