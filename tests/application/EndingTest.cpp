@@ -1,9 +1,10 @@
-// Does anything go wrong on the way to the end of a program, whatever comes between two of its steps?
+// Tries every timing of signals, requests, forks and the end of the process on the ways that end a program.
 //
-// A helper thread takes a road: it waits in the loop, makes a request, or runs the handler. The calls that the library makes
-// there pass through stand-ins, which hold every thread to the rules. Before a chosen step of the helper something happens:
-// a signal to it; or the main thread gets a signal, forks, or ends the process, as far as it can while the helper waits.
-// Every step is tried, in a process of its own. One thread moves at a time, so nothing is left to chance.
+// A helper thread runs a scenario: it waits in the event loop, requests the exit, or takes a signal. A step is a call of
+// the helper that this file interposes. Two events happen, each before one chosen step: a signal reaches the helper; or
+// the main thread takes a signal, forks, or ends the process, and runs as far as it can while the helper waits for it.
+// Every pair of steps is tried, in a process of its own. One thread runs at a time, so each try can be repeated. The
+// interposed calls require what must hold at each step. They write a call trace, which a failed try prints.
 
 #include "StandIns.hpp"
 #include "application/ApplicationImpl.hpp"
@@ -14,6 +15,7 @@
 #include <chrono>
 #include <csignal>
 #include <semaphore.h>
+#include <string_view>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -21,82 +23,118 @@
 using brindle::Application;
 using brindle::LoopQueue;
 using Record = Application::ApplicationImpl;
-using Happening = void (*)();
 
 namespace {
 
-constexpr int ENDED = 10; // a child's status, with the number of events added
+constexpr int PASSED = 10; // the exit status of a try, plus the number of its events that happened
+constexpr int HELPERS_CODE = 5, LOOPS_CODE = 7, INTERRUPTED_ERRNO = 4711;
+constexpr std::string_view LOCK = "pthread_mutex_lock", UNLOCK = "pthread_mutex_unlock";
 
-enum class Call { OTHER, LOCK, UNLOCK } nextCall = Call::OTHER; // of the helper
+struct Action {
+    const char* name;
+    void (*run)();
+};
 
-std::vector<std::pair<int, Happening>> events; // and the steps before which they happen
-std::size_t happened = 0;
-int steps = 0, signals = 0, signalsBeforeLock = 0, pauses = 0, codeAtUnlock = 0, codeForTheLoop = 0;
+struct RequestGivesUp {}; // thrown out of Application::exit()
+
+// Written by the test, before the process of a try exists.
+std::vector<std::pair<int, Action>> plannedEvents; // each with the step before which it happens
+
+// Written by the helper.
+std::string_view helpersCall; // that the helper makes next
+int steps = 0, pauses = 0;
+std::size_t eventsThatHappened = 0;
+bool loopRuns = false;
+std::atomic<bool> helperIsThrough = false;
+
+// Written by the main thread.
 pthread_mutex_t* applicationMutex = nullptr;
-thread_local int handlers = 0, holding = 0; // running on this thread; whether it holds the mutex
-thread_local int codeAskedFor = 0;          // by the request that runs on this thread, if one does
-bool inLoop = false, inForkedChild = false, mayNap = true, mayLock = true;
-bool triesOnce = false;                                     // a request gives up after its first attempt
-bool childHasTakenSignal = false, childRunsItsLoop = false; // that of a fork
-struct FoundNoLoop {};                                      // thrown by a request that gives up
-std::atomic<pthread_t> helper = {};
-std::atomic<Happening> deed = nullptr;                                                            // for the main thread
-std::atomic<int> mainIsBusy{}, mainWaits{}, naps{}, exiting{}, recordIsGone{}, helperIsThrough{}; // 0, or true
+bool mayLock = true, mayNap = true; // in the destructor of the record
+bool inForkedChild = false;
+std::atomic<int> naps = 0;
+std::atomic<bool> processEnds = false, recordIsGone = false, waitsForMutex = false;
 
-void demand(bool kept, const char* promise)
+// Written by the helper when it hands an action to the main thread, and by the main thread when it takes or ends one.
+std::atomic<void (*)()> actionForMain = nullptr;
+std::atomic<int> unfinishedActions = 0;
+
+// Written by the thread that gets a signal: how many events of that kind there were.
+std::atomic<int> signals = 0;
+
+// Written by the holder of the mutex: the code of the last request that had it.
+int storedCode = 0;
+
+// Each thread has its own.
+thread_local bool isHelper = false, holdsMutex = false, triesOnlyOnce = false;
+thread_local int runningHandlers = 0;
+thread_local int requestedCode = 0;                             // by the request or the handler that runs, else 0
+thread_local int signalsBeforeLock = 0, storedCodeAtUnlock = 0; // when the loop locked, and unlocked, last
+
+void require(bool holds, const char* promise)
 {
-    if (!kept) {
-        dprintf(STDERR_FILENO, "broken before step %d: %s\n", steps, promise);
+    if (!holds) {
+        dprintf(STDERR_FILENO, "BROKEN in the %s thread: %s\n", isHelper ? "helper" : "main", promise);
         _exit(EXIT_FAILURE);
     }
 }
 
-bool isHelper()
-{
-    return pthread_equal(pthread_self(), helper) != 0;
-}
-
 template <typename Condition>
-void await(Condition condition)
+void waitUntil(Condition condition)
 {
     while (!condition()) {
         std::this_thread::sleep_for(std::chrono::microseconds(1));
     }
 }
 
-void letMain(Happening act)
+// The main thread cannot go on while it waits for the mutex, or, in the record's destructor, for the helper: it naps
+// again only after it has looked.
+void waitForMain()
 {
-    mainIsBusy = true;
-    deed = act;
-    await([] { return !mainIsBusy || mainWaits || naps > 1 || recordIsGone; });
+    waitUntil([] { return unfinishedActions == 0 || (waitsForMutex && holdsMutex) || naps > 1 || recordIsGone; });
 }
 
+void runOnMainThread(void (*action)())
+{
+    ++unfinishedActions;
+    actionForMain = action;
+    waitForMain();
+}
+
+// The helper is inside the gate for its whole stay in the loop, and while it uses the mutex. A loop that sleeps in the
+// queue does not count.
 void endProcess()
 {
-    mayLock = nextCall != Call::OTHER || inLoop; // the helper is inside
-    mayNap = nextCall == Call::LOCK || (mayLock && LoopQueue::waiting(*Record::impl().condVar) == 0);
-    exiting = true;
+    mayLock = loopRuns || helpersCall == LOCK || helpersCall == UNLOCK;
+    mayNap = helpersCall == LOCK || (mayLock && LoopQueue::waiting(*Record::impl().condVar) == 0);
+    processEnds = true;
     std::exit(EXIT_SUCCESS);
 }
 
-[[noreturn]] void stay()
+// The helper never returns to its scenario. The main thread ends the process, if it does not do so already.
+[[noreturn]] void stayUntilTheProcessEnds()
 {
     helperIsThrough = true;
-    letMain(endProcess);
-    await([] { return false; });
-    std::abort();
+    runOnMainThread(endProcess);
+    while (true) {
+        std::this_thread::sleep_for(std::chrono::seconds(1));
+    }
 }
 
-void step(Call call = Call::OTHER)
+void step(std::string_view call)
 {
-    if (isHelper()) {
-        nextCall = call;
-        const int now = ++steps;
-        while (happened < events.size() && events[happened].first == now) {
-            events[happened++].second();
+    if (isHelper) {
+        helpersCall = call;
+        ++steps;
+        dprintf(STDERR_FILENO, "step %d of the helper: %s\n", steps, call.data());
+        while (eventsThatHappened < plannedEvents.size() && plannedEvents[eventsThatHappened].first == steps) {
+            const Action event = plannedEvents[eventsThatHappened].second;
+            ++eventsThatHappened;
+            dprintf(STDERR_FILENO, "before it: %s\n", event.name);
+            event.run();
         }
+    } else {
+        dprintf(STDERR_FILENO, "main thread: %s\n", call.data());
     }
-    demand(call == Call::OTHER || !recordIsGone, "the record is there while it is used");
 }
 
 bool isBlocked(int signal)
@@ -106,36 +144,41 @@ bool isBlocked(int signal)
     return sigismember(&now, signal) == 1;
 }
 
-// Whether SIGINT and SIGTERM are both blocked, or neither; and SIGUSR2 still is, as from the beginning.
-bool masked(bool both)
+// Every thread of a try has SIGUSR2 blocked from its start, so the library must not unblock it.
+bool terminationSignalsAreBlocked()
 {
-    return isBlocked(SIGINT) == both && isBlocked(SIGTERM) == both && isBlocked(SIGUSR2);
+    return isBlocked(SIGINT) && isBlocked(SIGTERM) && isBlocked(SIGUSR2);
 }
 
-// A handler of the program's for SIGUSR1 may stop its thread and wait; one for SIGSEGV must run wherever it is raised.
-bool maskIsThatOfAHolder()
+// A program's handler of SIGUSR1 may stop its thread and wait; one of SIGSEGV must run where an instruction raises it.
+bool signalsAreBlockedForAHolder()
 {
-    return masked(true) && isBlocked(SIGUSR1) && !isBlocked(SIGSEGV);
+    return terminationSignalsAreBlocked() && isBlocked(SIGUSR1) && !isBlocked(SIGSEGV);
 }
 
-bool maskIsTheThreadsOwn()
+bool signalsAreBlockedAsAtTheStart()
 {
-    return masked(false) && !isBlocked(SIGUSR1);
+    return !isBlocked(SIGINT) && !isBlocked(SIGTERM) && !isBlocked(SIGUSR1) && isBlocked(SIGUSR2);
 }
 
-// Whether the first attempt releases a loop.
-bool tryExit(int code)
+void request(int code)
 {
-    codeAskedFor = code;
-    triesOnce = true;
+    requestedCode = code;
+    Application::app().exit(code);
+}
+
+// As another thread might do. Whether the first attempt releases a loop.
+bool tryToReleaseALoop()
+{
     bool released = true;
+    triesOnlyOnce = true;
     try {
-        Application::app().exit(code);
-    } catch (const FoundNoLoop&) {
+        request(LOOPS_CODE);
+    } catch (const RequestGivesUp&) {
         released = false;
     }
-    triesOnce = false;
-    codeAskedFor = 0;
+    triesOnlyOnce = false;
+    requestedCode = 0;
     return released;
 }
 
@@ -147,8 +190,11 @@ int pthread_sigmask(int how, const sigset_t* set, sigset_t* old) noexcept
 {
     static auto* const real = REAL_CALL(pthread_sigmask);
     if (set != nullptr) {
-        step();
-        errno = !isHelper() && exiting && handlers == 0 ? raise(SIGINT) : 0; // which must find the gate closed
+        step("pthread_sigmask");
+        errno = 0; // as any call may change it
+        if (!isHelper && processEnds && runningHandlers == 0) {
+            raise(SIGINT); // must find the gate closed
+        }
     }
     return real(how, set, old);
 }
@@ -159,20 +205,24 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
     if (mutex != applicationMutex) {
         return real(mutex);
     }
-    step(Call::LOCK);
-    demand(maskIsThatOfAHolder() && holding == 0, "who locks has the signals blocked, and does not wait for himself");
-    demand(isHelper() || (mayLock && (!exiting || handlers == 0)), "the end closes the gate, and looks who is inside");
-    if (pthread_mutex_trylock(mutex) != 0) {
-        mainWaits = !isHelper();
+    step(LOCK);
+    require(!recordIsGone, "the record exists while a thread locks its mutex");
+    require(signalsAreBlockedForAHolder() && !holdsMutex, "a thread locks once, with its signals blocked");
+    if (isHelper) {
         real(mutex);
-        mainWaits = false;
+    } else {
+        require(mayLock, "the end of the process does not lock when no thread is inside the gate");
+        require(!processEnds || runningHandlers == 0, "the end of the process closes the gate before it looks inside");
+        waitsForMutex = true;
+        real(mutex);
+        waitsForMutex = false;
     }
-    demand(Record::impl().exitCode == codeAtUnlock, "a code is stored with the mutex held");
-    demand(!inForkedChild || childRunsItsLoop || LoopQueue::waiting(*Record::impl().condVar) == 0,
-           "the child of a fork has no queue");
-    holding = 1;
-    allocations::untilFailure = 1; // the holder does not allocate
-    signalsBeforeLock = isHelper() && handlers == 0 ? signals : signalsBeforeLock;
+    require(Record::impl().exitCode == storedCode, "the exit code changes only with the mutex held");
+    holdsMutex = true;
+    allocations::untilFailure = 1; // the holder must not allocate
+    if (runningHandlers == 0) {
+        signalsBeforeLock = signals;
+    }
     return 0;
 }
 
@@ -182,65 +232,81 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
     if (mutex != applicationMutex) {
         return real(mutex);
     }
-    step(Call::UNLOCK);
-    demand(maskIsThatOfAHolder() && holding == 1, "who unlocks has the signals blocked, and the mutex");
-    demand(handlers == 0 || Application::HasApplicationTerminated, "the flag is set before the loop can return");
-    codeAtUnlock = Record::impl().exitCode;
-    demand(codeAskedFor == 0 || codeAtUnlock == codeAskedFor,
-           "a request stores its code, whether or not it finds a loop");
-    codeForTheLoop = handlers == 0 && isHelper() ? codeAtUnlock : codeForTheLoop;
+    step(UNLOCK);
+    require(signalsAreBlockedForAHolder() && holdsMutex, "a thread unlocks what it holds, with its signals blocked");
+    require(runningHandlers == 0 || Application::HasApplicationTerminated,
+            "the handler sets the flag before the loop can return");
+    if (requestedCode != 0) {
+        storedCode = requestedCode;
+    } else {
+        storedCodeAtUnlock = storedCode;
+    }
+    require(Record::impl().exitCode == storedCode, "a request stores its code, whether or not it finds a loop");
     allocations::untilFailure = 0;
-    holding = 0;
+    holdsMutex = false;
     real(mutex);
-    await([] { return !isHelper() || !mainIsBusy || naps > 1 || recordIsGone; });
+    if (isHelper) {
+        waitForMain(); // it may have waited for the mutex
+    }
     return 0;
 }
 
-// Which takes a lock of the system's.
+// It takes a lock of the C library.
 int pthread_getschedparam(pthread_t thread, int* policy, sched_param* param) noexcept
 {
-    demand(holding == 0, "the holder waits for nothing else");
+    require(!holdsMutex, "the holder of the mutex waits for nothing else");
     return REAL_CALL(pthread_getschedparam)(thread, policy, param);
 }
 
+// Before a loop falls asleep, a request must find it, unless a signal has released it since it locked.
 int sem_wait(sem_t* semaphore)
 {
-    step();
+    step("sem_wait");
     int tokens = 0;
     sem_getvalue(semaphore, &tokens);
     if (tokens == 0) {
-        demand(maskIsTheThreadsOwn(), "who sleeps has the mask that he came with");
-        const int before = signalsBeforeLock;
-        const bool released = (childRunsItsLoop || signals == before) && tryExit(7);
+        require(signalsAreBlockedAsAtTheStart(), "a loop sleeps with the mask that its caller had");
+        const int before = signalsBeforeLock; // the request locks, too
+        const bool released = signals == before && tryToReleaseALoop();
         sem_getvalue(semaphore, &tokens);
-        tokens == 0 && exiting ? stay() : void(); // nobody can release it any more
-        demand(tokens == 1 && (released || signals > before), "no request is lost");
+        if (tokens == 0 && processEnds) {
+            stayUntilTheProcessEnds(); // no request can release the loop any more
+        }
+        require(tokens == 1 && (released || signals > before), "a request or signal releases the loop that is queued");
     }
     return REAL_CALL(sem_wait)(semaphore);
 }
 
 int usleep(useconds_t time)
 {
-    demand(mayNap, "the end waits for nobody who is outside or asleep");
+    require(mayNap, "the end of the process does not wait for a thread outside the gate, nor for a loop asleep");
     int cancellation = PTHREAD_CANCEL_ENABLE;
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellation);
-    demand(cancellation == PTHREAD_CANCEL_DISABLE, "the thread that ends the process cannot be cancelled");
+    require(cancellation == PTHREAD_CANCEL_DISABLE, "the thread that ends the process cannot be cancelled");
     ++naps;
     return REAL_CALL(usleep)(time);
 }
 
+// Between two attempts of a request.
 int clock_nanosleep(clockid_t, int, const timespec*, timespec*)
 {
-    step();
-    if (triesOnce) {
-        throw FoundNoLoop();
+    step("clock_nanosleep");
+    if (triesOnlyOnce) {
+        throw RequestGivesUp();
     }
-    return recordIsGone ? 0 : (stay(), 0); // and exit() must not ask again and again
+    if (!recordIsGone) {
+        stayUntilTheProcessEnds();
+    }
+    return 0; // the next attempt must return, because the gate is closed
 }
 
 int pause()
 {
-    return pauses++ == 0 ? -1 : (stay(), 0); // a signal may end it
+    ++pauses;
+    if (pauses > 1) {
+        stayUntilTheProcessEnds();
+    }
+    return -1; // a handler ran
 }
 }
 
@@ -248,30 +314,30 @@ namespace {
 
 void handle(int signal)
 {
-    ++handlers;
-    demand(!inForkedChild || Application::HasApplicationTerminated, "the child of a fork keeps the flag");
-    childHasTakenSignal = inForkedChild;
-    const int interruptedCode = std::exchange(codeAskedFor, signal + 130);
-    const int interrupted = std::exchange(errno, 4711);
+    require(!inForkedChild || Application::HasApplicationTerminated, "the child of a fork keeps the flag");
+    require(!inForkedChild || recordIsGone || LoopQueue::waiting(*Record::impl().condVar) == 0,
+            "the child of a fork begins with an empty queue");
+    ++runningHandlers;
+    const int interruptedRequest = std::exchange(requestedCode, signal + 130);
+    errno = INTERRUPTED_ERRNO;
     Record::application_exit_signal(signal);
-    demand(std::exchange(errno, interrupted) == 4711, "the interrupted code keeps its errno");
-    codeAskedFor = interruptedCode;
-    demand(isBlocked(signal), "what was blocked before is blocked after");
-    --handlers;
+    require(errno == INTERRUPTED_ERRNO, "the handler restores errno");
+    requestedCode = interruptedRequest;
+    --runningHandlers;
 }
 
-void interrupt()
+void takeSignal()
 {
-    raise(signals++ == 0 ? SIGINT : SIGTERM);
+    ++signals;
+    raise(signals == 1 ? SIGINT : SIGTERM);
 }
 
-// Comes before the library's handler. The signal is taken when that is through.
+// Runs before the library's handler of the fork, which must have the record in order before it unblocks the signal.
 void afterForkInChild()
 {
-    demand(masked(true), "the child's first signal comes when its record is in order");
     alarm(SECONDS_TO_A_HANG);
     inForkedChild = true;
-    codeAtUnlock = Record::impl().exitCode;
+    storedCode = Record::impl().exitCode; // the helper may have been about to unlock
     Application::HasApplicationTerminated = true;
     raise(SIGINT);
 }
@@ -280,101 +346,127 @@ void forkHere()
 {
     const pid_t child = fork();
     if (child == 0) {
-        demand(childHasTakenSignal && maskIsTheThreadsOwn(), "the child of a fork takes signals");
-        childRunsItsLoop = !exiting;
-        demand(exiting || Application::app().runEventLoop() == 7, "the child of a fork can run a loop");
-        recordIsGone ? _exit(ENDED) : std::exit(EXIT_SUCCESS);
+        require(signalsAreBlockedAsAtTheStart(), "the child of a fork takes signals");
+        if (recordIsGone) {
+            _exit(PASSED);
+        }
+        require(Application::app().runEventLoop() == LOOPS_CODE, "the child of a fork can run a loop");
+        std::exit(EXIT_SUCCESS);
     }
     int status = -1;
-    demand(waitpid(child, &status, 0) == child && maskIsTheThreadsOwn(), "the parent keeps its own mask");
-    demand(status == ENDED << 8, "the child of a fork can end");
+    waitpid(child, &status, 0);
+    require(signalsAreBlockedAsAtTheStart(), "the parent of a fork keeps its mask");
+    require(WIFEXITED(status) && WEXITSTATUS(status) == PASSED, "the child of a fork can end");
 }
 
-// Destroyed after the application's record.
+// Ends the try: destroyed after the application's record.
 struct AfterTheRecord {
     ~AfterTheRecord()
     {
         recordIsGone = true;
-        if (!inForkedChild) {
-            Application::HasApplicationTerminated = false;
-            raise(SIGINT);
-            demand(Application::HasApplicationTerminated, "the flag tells of late signals too");
-            await([] { return helperIsThrough.load(); });
-            happened < events.size() ? forkHere() : void();
+        if (inForkedChild) {
+            _exit(PASSED);
         }
-        _exit(ENDED + static_cast<int>(inForkedChild ? 0 : happened));
+        Application::HasApplicationTerminated = false;
+        raise(SIGINT);
+        require(Application::HasApplicationTerminated, "the handler sets the flag after the record is gone");
+        waitUntil([] { return helperIsThrough.load(); });
+        if (eventsThatHappened < plannedEvents.size()) {
+            forkHere();
+        }
+        _exit(PASSED + static_cast<int>(eventsThatHappened));
     }
 };
 
-void loop()
+void runLoop()
 {
-    inLoop = true;
+    loopRuns = true;
     const int code = Application::app().runEventLoop();
-    inLoop = false;
-    demand(code == codeForTheLoop && (code == 7 || code == 132 || code == 145), "the loop returns what it found");
-    demand(Application::HasApplicationTerminated ? signals > 0 || exiting : code == 7, "the flag tells of signals");
+    loopRuns = false;
+    require(code != 0 && code == storedCodeAtUnlock,
+            "the loop returns the code of the last request before it unlocked");
+    require(!Application::HasApplicationTerminated || signals > 0 || processEnds, "only a signal sets the flag");
 }
 
-[[noreturn]] void live(Happening road)
+[[noreturn]] void runInThisProcess(void (*scenario)())
 {
     alarm(SECONDS_TO_A_HANG);
-    static const AfterTheRecord destroyedLast;
+    static const AfterTheRecord destroyedAfterTheRecord;
     pthread_atfork(
-        [] { demand(masked(true) && holding == 0, "who forks has both signals blocked, and not the mutex"); }, nullptr,
-        afterForkInChild);
+        [] {
+            require(terminationSignalsAreBlocked() && !holdsMutex, "fork() runs with SIGINT and SIGTERM "
+                                                                   "blocked, and without the mutex");
+        },
+        nullptr, afterForkInChild);
     int argc = 0;
     char* argv[] = {nullptr};
-    demand(Application::app().init(&argc, argv, nullptr) == 0, "the application starts");
+    require(Application::app().init(&argc, argv, nullptr) == 0, "the application starts");
     std::signal(SIGINT, handle);
     std::signal(SIGTERM, handle);
     applicationMutex = Record::impl().mutex.get();
-    sigset_t mark = {};
-    sigaddset(&mark, SIGUSR2);
-    pthread_sigmask(SIG_BLOCK, &mark, nullptr);
-    std::thread([road] {
-        helper = pthread_self();
-        step();
-        road();
-        demand(maskIsTheThreadsOwn(), "everybody leaves with the mask that he came with");
-        nextCall = Call::OTHER;
-        stay();
+    sigset_t blockedAtTheStart = {};
+    sigaddset(&blockedAtTheStart, SIGUSR2);
+    pthread_sigmask(SIG_BLOCK, &blockedAtTheStart, nullptr);
+    std::thread([scenario] {
+        isHelper = true;
+        step("scenario");
+        scenario();
+        require(signalsAreBlockedAsAtTheStart(), "the scenario ends with the mask that it began with");
+        helpersCall = {};
+        stayUntilTheProcessEnds();
     }).detach();
     while (true) {
-        await([] { return deed != nullptr; });
-        deed.exchange(nullptr)();
-        mainIsBusy = deed != nullptr;
+        waitUntil([] { return actionForMain != nullptr; });
+        actionForMain.exchange(nullptr)();
+        --unfinishedActions;
     }
 }
 
-constexpr Happening interruptMain = [] { letMain(interrupt); }, end = [] { letMain(endProcess); },
-                    forkMeanwhile = [] { letMain(forkHere); }, request = [] {
-                        codeAskedFor = 5;
-                        Application::app().exit(5);
-                    };
+constexpr Action SCENARIOS[] = {
+    {"Loop", runLoop}, // first, because it takes longest
+    {"Request", [] { request(HELPERS_CODE); }},
+    {"Handler", takeSignal},
+};
+constexpr Action SIGNAL_TO_HELPER = {"SignalToHelper", takeSignal};
+constexpr Action SIGNAL_TO_MAIN = {"SignalToMain", [] { runOnMainThread(takeSignal); }};
+constexpr Action END_OF_PROCESS = {"EndOfProcess", [] { runOnMainThread(endProcess); }};
+constexpr Action FORK_BY_MAIN = {"ForkByMain", [] { runOnMainThread(forkHere); }};
 
 }
 
-class Ending : public testing::TestWithParam<std::tuple<Happening, Happening>> {};
+class EndingTest : public testing::TestWithParam<std::tuple<Action, Action>> {};
 
-TEST_P(Ending, ComesRightWhateverComesBeforeAnyTwoSteps)
+TEST_P(EndingTest, SucceedsWithEventsBeforeAnyTwoSteps)
 {
-    const auto [road, first] = GetParam();
-    const int stride = stressChildren() < 40 ? 5 : LATER_STEPS; // who cannot wait meets every first step all the same
-    // While main ends the process it takes no other deed; it is interrupted at its own steps.
-    for (const Happening second : first == end ? std::vector{interrupt} : std::vector{interrupt, interruptMain}) {
-        for (int i = 1, reached = 2; reached > 0; ++i) {
-            for (int j = i; j == i || reached == 2; j += stride) {
-                events = {{i, first}, {j, second}};
-                const auto isSound = [&](int status) { // no road is shorter
-                    reached = WEXITSTATUS(status) - ENDED;
-                    return WIFEXITED(status) && reached >= (i > 5 ? 0 : 1) && reached <= 2;
+    const auto [scenario, first] = GetParam();
+    std::vector<Action> secondEvents = {SIGNAL_TO_HELPER};
+    if (first.run != END_OF_PROCESS.run) { // there the main thread takes no action any more
+        secondEvents.push_back(SIGNAL_TO_MAIN);
+    }
+    const int stride = stressChildren() < 40 ? 5 : LATER_STEPS; // every first step is tried all the same
+    for (const Action& second : secondEvents) {
+        std::size_t happened = 2;
+        int firstStep = 0;
+        while (happened > 0) {
+            ++firstStep;
+            happened = 2;
+            for (int secondStep = firstStep; happened == 2; secondStep += stride) {
+                plannedEvents = {{firstStep, first}, {secondStep, second}};
+                const auto passes = [&happened](int status) {
+                    happened = static_cast<std::size_t>(WEXITSTATUS(status) - PASSED);
+                    return WIFEXITED(status) && happened <= plannedEvents.size();
                 };
-                ASSERT_EXIT(live(road), isSound, "") << i << ", " << j;
+                ASSERT_EXIT(runInThisProcess(scenario.run), passes, "")
+                    << scenario.name << ": " << first.name << " before step " << firstStep << ", " << second.name
+                    << " before step " << secondStep;
             }
         }
+        ASSERT_GT(firstStep, 5) << "every scenario has five steps at least";
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, Ending,
-                         testing::Combine(testing::Values(loop, request, interrupt), // the longest first
-                                          testing::Values(interrupt, interruptMain, end, forkMeanwhile)));
+INSTANTIATE_TEST_SUITE_P(
+    EveryStep, EndingTest,
+    testing::Combine(testing::ValuesIn(SCENARIOS),
+                     testing::Values(SIGNAL_TO_HELPER, SIGNAL_TO_MAIN, END_OF_PROCESS, FORK_BY_MAIN)),
+    []X);
