@@ -1,10 +1,10 @@
-// Tries every timing of signals, requests, forks and the end of the process on the ways that end a program.
+// Tries every timing of signals, requests, forks and the end of the process around a program's event loop.
 //
-// A helper thread runs a scenario: it waits in the event loop, requests the exit, or takes a signal. A step is a call of
-// the helper that this file interposes. Two events happen, each before one chosen step: a signal reaches the helper; or
-// the main thread takes a signal, forks, or ends the process, and runs as far as it can while the helper waits for it.
-// Every pair of steps is tried, in a process of its own. One thread runs at a time, so each try can be repeated. The
-// interposed calls require what must hold at each step. They write a call trace, which a failed try prints.
+// A helper thread runs a scenario: it waits in the loop, requests the exit, or takes a signal. A step is a call of the
+// helper that this file interposes. Two events happen, each before one chosen step: the helper takes a signal; or the
+// main thread takes a signal, forks, or ends the process, and gets as far as it can while the helper waits for it.
+// Each pair of steps is tried in a process of its own. One thread runs at a time, so a try can be repeated. The
+// interposed calls require what must hold at each step. A failed try prints its steps; SIGALRM ends one that hangs.
 
 #include "StandIns.hpp"
 #include "application/ApplicationImpl.hpp"
@@ -15,60 +15,56 @@
 #include <chrono>
 #include <csignal>
 #include <semaphore.h>
-#include <string_view>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
 using brindle::Application;
-using brindle::LoopQueue;
 using Record = Application::ApplicationImpl;
 
 namespace {
-
-constexpr int PASSED = 10; // the exit status of a try, plus the number of its events that happened
-constexpr int HELPERS_CODE = 5, LOOPS_CODE = 7, INTERRUPTED_ERRNO = 4711;
-constexpr std::string_view LOCK = "pthread_mutex_lock", UNLOCK = "pthread_mutex_unlock";
 
 struct Action {
     const char* name;
     void (*run)();
 };
 
-struct RequestGivesUp {}; // thrown out of Application::exit()
+struct RequestGivesUp {}; // thrown to leave Application::exit()
+
+constexpr int PASSED = 10; // the exit status of a try, plus the number of events that happened
+constexpr int CODE_OF_SCENARIO = 5, CODE_FOR_LOOP = 7, INTERRUPTED_ERRNO = 4711;
 
 // Written by the test, before the process of a try exists.
-std::vector<std::pair<int, Action>> plannedEvents; // each with the step before which it happens
+std::vector<std::pair<int, Action>> plannedEvents; // with the step before which each happens
 
 // Written by the helper.
-std::string_view helpersCall; // that the helper makes next
 int steps = 0, pauses = 0;
-std::size_t eventsThatHappened = 0;
-bool loopRuns = false;
 std::atomic<bool> helperIsThrough = false;
 
 // Written by the main thread.
 pthread_mutex_t* applicationMutex = nullptr;
-bool mayLock = true, mayNap = true; // in the destructor of the record
 bool inForkedChild = false;
-std::atomic<int> naps = 0;
-std::atomic<bool> processEnds = false, recordIsGone = false, waitsForMutex = false;
+std::atomic<int> naps = 0; // in the destructor of the record
+std::atomic<bool> processEnds = false, recordIsGone = false;
 
-// Written by the helper when it hands an action to the main thread, and by the main thread when it takes or ends one.
+// Written by both threads, to hand an action to the main thread and to see how far it gets.
 std::atomic<void (*)()> actionForMain = nullptr;
 std::atomic<int> unfinishedActions = 0;
+std::atomic<bool> mainWaitsForMutex = false;
 
-// Written by the thread that gets a signal: how many events of that kind there were.
+// Written by the thread on which an event happens.
+int eventsThatHappened = 0;
 std::atomic<int> signals = 0;
 
-// Written by the holder of the mutex: the code of the last request that had it.
-int storedCode = 0;
+// Written by the holder of the mutex.
+int storedCode = 0; // that of the last request
 
-// Each thread has its own.
-thread_local bool isHelper = false, holdsMutex = false, triesOnlyOnce = false;
+// Written and read by each thread for itself.
+thread_local bool isHelper = false, holdsMutex = false;
 thread_local int runningHandlers = 0;
-thread_local int requestedCode = 0;                             // by the request or the handler that runs, else 0
-thread_local int signalsBeforeLock = 0, storedCodeAtUnlock = 0; // when the loop locked, and unlocked, last
+thread_local int requestedCode = 0;     // by the request or the handler that runs; 0 if neither does
+thread_local int signalsWhenLocked = 0; // when the loop locked
+thread_local int codeWhenUnlocked = 0;  // when the loop unlocked
 
 void require(bool holds, const char* promise)
 {
@@ -86,11 +82,11 @@ void waitUntil(Condition condition)
     }
 }
 
-// The main thread cannot go on while it waits for the mutex, or, in the record's destructor, for the helper: it naps
-// again only after it has looked.
+// Until the main thread is done, or needs the helper to go on: for the mutex, or to leave the gate. A second nap shows
+// that the destructor has looked again.
 void waitForMain()
 {
-    waitUntil([] { return unfinishedActions == 0 || (waitsForMutex && holdsMutex) || naps > 1 || recordIsGone; });
+    waitUntil([] { return unfinishedActions == 0 || (mainWaitsForMutex && holdsMutex) || naps > 1 || recordIsGone; });
 }
 
 void runOnMainThread(void (*action)())
@@ -100,86 +96,169 @@ void runOnMainThread(void (*action)())
     waitForMain();
 }
 
-// The helper is inside the gate for its whole stay in the loop, and while it uses the mutex. A loop that sleeps in the
-// queue does not count.
 void endProcess()
 {
-    mayLock = loopRuns || helpersCall == LOCK || helpersCall == UNLOCK;
-    mayNap = helpersCall == LOCK || (mayLock && LoopQueue::waiting(*Record::impl().condVar) == 0);
     processEnds = true;
     std::exit(EXIT_SUCCESS);
 }
 
-// The helper never returns to its scenario. The main thread ends the process, if it does not do so already.
-[[noreturn]] void stayUntilTheProcessEnds()
+// For the helper, which does not return to its scenario.
+[[noreturn]] void waitForTheEnd()
 {
     helperIsThrough = true;
-    runOnMainThread(endProcess);
+    runOnMainThread(endProcess); // no effect if that runs already
     while (true) {
         std::this_thread::sleep_for(std::chrono::seconds(1));
     }
 }
 
-void step(std::string_view call)
+void step(const char* call)
 {
-    if (isHelper) {
-        helpersCall = call;
-        ++steps;
-        dprintf(STDERR_FILENO, "step %d of the helper: %s\n", steps, call.data());
-        while (eventsThatHappened < plannedEvents.size() && plannedEvents[eventsThatHappened].first == steps) {
-            const Action event = plannedEvents[eventsThatHappened].second;
+    if (!isHelper) {
+        return;
+    }
+    ++steps;
+    dprintf(STDERR_FILENO, "step %d: %s\n", steps, call);
+    const int now = steps; // an event may take further steps
+    for (const auto& [when, event] : plannedEvents) {
+        if (when == now) {
             ++eventsThatHappened;
             dprintf(STDERR_FILENO, "before it: %s\n", event.name);
             event.run();
         }
-    } else {
-        dprintf(STDERR_FILENO, "main thread: %s\n", call.data());
     }
 }
 
 bool isBlocked(int signal)
 {
-    sigset_t now;
-    pthread_sigmask(SIG_BLOCK, nullptr, &now);
-    return sigismember(&now, signal) == 1;
+    sigset_t mask;
+    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    return sigismember(&mask, signal) == 1;
 }
 
-// Every thread of a try has SIGUSR2 blocked from its start, so the library must not unblock it.
-bool terminationSignalsAreBlocked()
+// SIGUSR2 is blocked in every thread from its start, so the library must not unblock it.
+bool signalsAreBlockedForFork()
 {
     return isBlocked(SIGINT) && isBlocked(SIGTERM) && isBlocked(SIGUSR2);
 }
 
-// A program's handler of SIGUSR1 may stop its thread and wait; one of SIGSEGV must run where an instruction raises it.
-bool signalsAreBlockedForAHolder()
+// A program's handler of SIGUSR1 may stop the holder and wait. SIGSEGV is fatal where it is blocked.
+bool signalsAreBlockedForHolder()
 {
-    return terminationSignalsAreBlocked() && isBlocked(SIGUSR1) && !isBlocked(SIGSEGV);
+    return signalsAreBlockedForFork() && isBlocked(SIGUSR1) && !isBlocked(SIGSEGV);
 }
 
-bool signalsAreBlockedAsAtTheStart()
+bool maskIsRestored()
 {
     return !isBlocked(SIGINT) && !isBlocked(SIGTERM) && !isBlocked(SIGUSR1) && isBlocked(SIGUSR2);
+}
+
+void handle(int signal)
+{
+    ++runningHandlers;
+    if (inForkedChild) {
+        require(Application::HasApplicationTerminated, "the child of a fork keeps the flag");
+        require(recordIsGone || brindle::LoopQueue::waiting(*Record::impl().condVar) == 0,
+                "the child of a fork begins with an empty queue");
+    }
+    const int interruptedRequest = std::exchange(requestedCode, signal + 130);
+    errno = INTERRUPTED_ERRNO;
+    Record::application_exit_signal(signal);
+    require(errno == INTERRUPTED_ERRNO, "the handler restores errno");
+    require(Application::HasApplicationTerminated, "the handler sets the flag, even where the gate is closed");
+    requestedCode = interruptedRequest;
+    --runningHandlers;
+}
+
+void takeSignal()
+{
+    ++signals;
+    raise(signals == 1 ? SIGINT : SIGTERM);
+}
+
+// Runs before the library's handler, which must renew the record before it unblocks the signal.
+void afterForkInChild()
+{
+    alarm(SECONDS_TO_A_HANG);
+    inForkedChild = true;
+    require(signalsAreBlockedForFork() && !holdsMutex, "a fork has SIGINT and SIGTERM blocked, and holds no mutex");
+    storedCode = Record::impl().exitCode; // the helper may have held the mutex
+    Application::HasApplicationTerminated = true;
+    raise(SIGINT);
+}
+
+void forkHere()
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        require(maskIsRestored(), "the child of a fork takes signals");
+        if (recordIsGone) {
+            _exit(PASSED);
+        }
+        require(Application::app().runEventLoop() == CODE_FOR_LOOP, "the child of a fork can run a loop");
+        std::exit(EXIT_SUCCESS);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    require(maskIsRestored(), "the parent of a fork has its mask restored");
+    require(WIFEXITED(status) && WEXITSTATUS(status) == PASSED, "the child of a fork can end");
+}
+
+// The exit handler that runs last.
+void endTheTry()
+{
+    recordIsGone = true;
+    if (inForkedChild) {
+        _exit(PASSED);
+    }
+    raise(SIGINT); // must not use the record
+    waitUntil([] { return helperIsThrough.load(); });
+    if (eventsThatHappened < 2) {
+        forkHere();
+    }
+    _exit(PASSED + eventsThatHappened);
+}
+
+void runLoop()
+{
+    const int code = Application::app().runEventLoop();
+    require(code != 0 && code == codeWhenUnlocked, "the loop returns the code of the last request before it unlocked");
+    require(!Application::HasApplicationTerminated || signals > 0 || processEnds, "only a signal sets the flag");
 }
 
 void request(int code)
 {
     requestedCode = code;
     Application::app().exit(code);
+    requestedCode = 0;
 }
 
-// As another thread might do. Whether the first attempt releases a loop.
-bool tryToReleaseALoop()
+[[noreturn]] void runTry(const Action& scenario)
 {
-    bool released = true;
-    triesOnlyOnce = true;
-    try {
-        request(LOOPS_CODE);
-    } catch (const RequestGivesUp&) {
-        released = false;
+    alarm(SECONDS_TO_A_HANG);
+    std::atexit(endTheTry); // before the record exists, so that it runs after the record's destructor
+    pthread_atfork(nullptr, nullptr, afterForkInChild);
+    int argc = 0;
+    char* argv[] = {nullptr};
+    Application::app().init(&argc, argv, nullptr);
+    std::signal(SIGINT, handle);
+    std::signal(SIGTERM, handle);
+    applicationMutex = Record::impl().mutex.get();
+    sigset_t blockedFromTheStart = {};
+    sigaddset(&blockedFromTheStart, SIGUSR2);
+    pthread_sigmask(SIG_BLOCK, &blockedFromTheStart, nullptr);
+    std::thread([&scenario] {
+        isHelper = true;
+        step("scenario");
+        scenario.run();
+        require(maskIsRestored(), "the scenario ends with the mask that it began with");
+        waitForTheEnd();
+    }).detach();
+    while (true) {
+        waitUntil([] { return actionForMain != nullptr; });
+        actionForMain.exchange(nullptr)();
+        --unfinishedActions;
     }
-    triesOnlyOnce = false;
-    requestedCode = 0;
-    return released;
 }
 
 }
@@ -191,7 +270,7 @@ int pthread_sigmask(int how, const sigset_t* set, sigset_t* old) noexcept
     static auto* const real = REAL_CALL(pthread_sigmask);
     if (set != nullptr) {
         step("pthread_sigmask");
-        errno = 0; // as any call may change it
+        errno = 0; // the handler must restore it
         if (!isHelper && processEnds && runningHandlers == 0) {
             raise(SIGINT); // must find the gate closed
         }
@@ -205,23 +284,18 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
     if (mutex != applicationMutex) {
         return real(mutex);
     }
-    step(LOCK);
-    require(!recordIsGone, "the record exists while a thread locks its mutex");
-    require(signalsAreBlockedForAHolder() && !holdsMutex, "a thread locks once, with its signals blocked");
-    if (isHelper) {
-        real(mutex);
-    } else {
-        require(mayLock, "the end of the process does not lock when no thread is inside the gate");
-        require(!processEnds || runningHandlers == 0, "the end of the process closes the gate before it looks inside");
-        waitsForMutex = true;
-        real(mutex);
-        waitsForMutex = false;
-    }
+    step("pthread_mutex_lock");
+    require(!recordIsGone, "no thread locks after the record is gone");
+    require(signalsAreBlockedForHolder(), "a thread that locks has its signals blocked");
+    require(isHelper || !processEnds || runningHandlers == 0, "the end of the process closes the gate first");
+    mainWaitsForMutex = !isHelper;
+    real(mutex);
+    mainWaitsForMutex = false;
     require(Record::impl().exitCode == storedCode, "the exit code changes only with the mutex held");
     holdsMutex = true;
     allocations::untilFailure = 1; // the holder must not allocate
-    if (runningHandlers == 0) {
-        signalsBeforeLock = signals;
+    if (requestedCode == 0) {
+        signalsWhenLocked = signals;
     }
     return 0;
 }
@@ -232,14 +306,16 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
     if (mutex != applicationMutex) {
         return real(mutex);
     }
-    step(UNLOCK);
-    require(signalsAreBlockedForAHolder() && holdsMutex, "a thread unlocks what it holds, with its signals blocked");
+    step("pthread_mutex_unlock");
+    require(!recordIsGone, "no thread unlocks after the record is gone");
+    require(signalsAreBlockedForHolder() && holdsMutex,
+            "a thread that unlocks is the holder, with its signals blocked");
     require(runningHandlers == 0 || Application::HasApplicationTerminated,
-            "the handler sets the flag before the loop can return");
-    if (requestedCode != 0) {
-        storedCode = requestedCode;
+            "the flag is set before the loop can return");
+    if (requestedCode == 0) {
+        codeWhenUnlocked = storedCode;
     } else {
-        storedCodeAtUnlock = storedCode;
+        storedCode = requestedCode;
     }
     require(Record::impl().exitCode == storedCode, "a request stores its code, whether or not it finds a loop");
     allocations::untilFailure = 0;
@@ -251,35 +327,53 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
     return 0;
 }
 
-// It takes a lock of the C library.
+// Takes a lock of the C library.
 int pthread_getschedparam(pthread_t thread, int* policy, sched_param* param) noexcept
 {
     require(!holdsMutex, "the holder of the mutex waits for nothing else");
     return REAL_CALL(pthread_getschedparam)(thread, policy, param);
 }
 
-// Before a loop falls asleep, a request must find it, unless a signal has released it since it locked.
+// A loop that falls asleep must have been queued. A request, as another thread could make, releases it to show that.
 int sem_wait(sem_t* semaphore)
 {
     step("sem_wait");
     int tokens = 0;
     sem_getvalue(semaphore, &tokens);
     if (tokens == 0) {
-        require(signalsAreBlockedAsAtTheStart(), "a loop sleeps with the mask that its caller had");
-        const int before = signalsBeforeLock; // the request locks, too
-        const bool released = signals == before && tryToReleaseALoop();
+        require(maskIsRestored(), "the loop sleeps with the mask of its caller");
+        if (signals == signalsWhenLocked) {
+            try {
+                request(CODE_FOR_LOOP);
+            } catch (const RequestGivesUp&) {
+                requestedCode = 0;
+            }
+        }
         sem_getvalue(semaphore, &tokens);
         if (tokens == 0 && processEnds) {
-            stayUntilTheProcessEnds(); // no request can release the loop any more
+            waitForTheEnd(); // the gate is closed to all that could release the loop
         }
-        require(tokens == 1 && (released || signals > before), "a request or signal releases the loop that is queued");
+        require(tokens == 1, "a signal or request releases the loop once");
     }
     return REAL_CALL(sem_wait)(semaphore);
 }
 
+// Between two attempts of exit().
+int clock_nanosleep(clockid_t, int, const timespec*, timespec*)
+{
+    step("clock_nanosleep");
+    if (requestedCode == CODE_FOR_LOOP) {
+        require(signals > signalsWhenLocked, "a request finds the queued loop, unless a signal comes first");
+        throw RequestGivesUp();
+    }
+    if (!recordIsGone) {
+        waitForTheEnd();
+    }
+    return 0; // the next attempt must find the gate closed and return
+}
+
 int usleep(useconds_t time)
 {
-    require(mayNap, "the end of the process does not wait for a thread outside the gate, nor for a loop asleep");
     int cancellation = PTHREAD_CANCEL_ENABLE;
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellation);
     require(cancellation == PTHREAD_CANCEL_DISABLE, "the thread that ends the process cannot be cancelled");
@@ -287,144 +381,18 @@ int usleep(useconds_t time)
     return REAL_CALL(usleep)(time);
 }
 
-// Between two attempts of a request.
-int clock_nanosleep(clockid_t, int, const timespec*, timespec*)
-{
-    step("clock_nanosleep");
-    if (triesOnlyOnce) {
-        throw RequestGivesUp();
-    }
-    if (!recordIsGone) {
-        stayUntilTheProcessEnds();
-    }
-    return 0; // the next attempt must return, because the gate is closed
-}
-
+// By a loop that finds the gate closed. It must pause again after a handler has run.
 int pause()
 {
+    helperIsThrough = pauses > 0;
     ++pauses;
-    if (pauses > 1) {
-        stayUntilTheProcessEnds();
-    }
-    return -1; // a handler ran
+    return -1;
 }
-}
-
-namespace {
-
-void handle(int signal)
-{
-    require(!inForkedChild || Application::HasApplicationTerminated, "the child of a fork keeps the flag");
-    require(!inForkedChild || recordIsGone || LoopQueue::waiting(*Record::impl().condVar) == 0,
-            "the child of a fork begins with an empty queue");
-    ++runningHandlers;
-    const int interruptedRequest = std::exchange(requestedCode, signal + 130);
-    errno = INTERRUPTED_ERRNO;
-    Record::application_exit_signal(signal);
-    require(errno == INTERRUPTED_ERRNO, "the handler restores errno");
-    requestedCode = interruptedRequest;
-    --runningHandlers;
-}
-
-void takeSignal()
-{
-    ++signals;
-    raise(signals == 1 ? SIGINT : SIGTERM);
-}
-
-// Runs before the library's handler of the fork, which must have the record in order before it unblocks the signal.
-void afterForkInChild()
-{
-    alarm(SECONDS_TO_A_HANG);
-    inForkedChild = true;
-    storedCode = Record::impl().exitCode; // the helper may have been about to unlock
-    Application::HasApplicationTerminated = true;
-    raise(SIGINT);
-}
-
-void forkHere()
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        require(signalsAreBlockedAsAtTheStart(), "the child of a fork takes signals");
-        if (recordIsGone) {
-            _exit(PASSED);
-        }
-        require(Application::app().runEventLoop() == LOOPS_CODE, "the child of a fork can run a loop");
-        std::exit(EXIT_SUCCESS);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    require(signalsAreBlockedAsAtTheStart(), "the parent of a fork keeps its mask");
-    require(WIFEXITED(status) && WEXITSTATUS(status) == PASSED, "the child of a fork can end");
-}
-
-// Ends the try: destroyed after the application's record.
-struct AfterTheRecord {
-    ~AfterTheRecord()
-    {
-        recordIsGone = true;
-        if (inForkedChild) {
-            _exit(PASSED);
-        }
-        Application::HasApplicationTerminated = false;
-        raise(SIGINT);
-        require(Application::HasApplicationTerminated, "the handler sets the flag after the record is gone");
-        waitUntil([] { return helperIsThrough.load(); });
-        if (eventsThatHappened < plannedEvents.size()) {
-            forkHere();
-        }
-        _exit(PASSED + static_cast<int>(eventsThatHappened));
-    }
-};
-
-void runLoop()
-{
-    loopRuns = true;
-    const int code = Application::app().runEventLoop();
-    loopRuns = false;
-    require(code != 0 && code == storedCodeAtUnlock,
-            "the loop returns the code of the last request before it unlocked");
-    require(!Application::HasApplicationTerminated || signals > 0 || processEnds, "only a signal sets the flag");
-}
-
-[[noreturn]] void runInThisProcess(void (*scenario)())
-{
-    alarm(SECONDS_TO_A_HANG);
-    static const AfterTheRecord destroyedAfterTheRecord;
-    pthread_atfork(
-        [] {
-            require(terminationSignalsAreBlocked() && !holdsMutex, "fork() runs with SIGINT and SIGTERM "
-                                                                   "blocked, and without the mutex");
-        },
-        nullptr, afterForkInChild);
-    int argc = 0;
-    char* argv[] = {nullptr};
-    require(Application::app().init(&argc, argv, nullptr) == 0, "the application starts");
-    std::signal(SIGINT, handle);
-    std::signal(SIGTERM, handle);
-    applicationMutex = Record::impl().mutex.get();
-    sigset_t blockedAtTheStart = {};
-    sigaddset(&blockedAtTheStart, SIGUSR2);
-    pthread_sigmask(SIG_BLOCK, &blockedAtTheStart, nullptr);
-    std::thread([scenario] {
-        isHelper = true;
-        step("scenario");
-        scenario();
-        require(signalsAreBlockedAsAtTheStart(), "the scenario ends with the mask that it began with");
-        helpersCall = {};
-        stayUntilTheProcessEnds();
-    }).detach();
-    while (true) {
-        waitUntil([] { return actionForMain != nullptr; });
-        actionForMain.exchange(nullptr)();
-        --unfinishedActions;
-    }
 }
 
 constexpr Action SCENARIOS[] = {
-    {"Loop", runLoop}, // first, because it takes longest
-    {"Request", [] { request(HELPERS_CODE); }},
+    {"Loop", runLoop}, // the longest first
+    {"Request", [] { request(CODE_OF_SCENARIO); }},
     {"Handler", takeSignal},
 };
 constexpr Action SIGNAL_TO_HELPER = {"SignalToHelper", takeSignal};
@@ -432,41 +400,36 @@ constexpr Action SIGNAL_TO_MAIN = {"SignalToMain", [] { runOnMainThread(takeSign
 constexpr Action END_OF_PROCESS = {"EndOfProcess", [] { runOnMainThread(endProcess); }};
 constexpr Action FORK_BY_MAIN = {"ForkByMain", [] { runOnMainThread(forkHere); }};
 
-}
-
 class EndingTest : public testing::TestWithParam<std::tuple<Action, Action>> {};
 
 TEST_P(EndingTest, SucceedsWithEventsBeforeAnyTwoSteps)
 {
-    const auto [scenario, first] = GetParam();
-    std::vector<Action> secondEvents = {SIGNAL_TO_HELPER};
-    if (first.run != END_OF_PROCESS.run) { // there the main thread takes no action any more
-        secondEvents.push_back(SIGNAL_TO_MAIN);
-    }
-    const int stride = stressChildren() < 40 ? 5 : LATER_STEPS; // every first step is tried all the same
-    for (const Action& second : secondEvents) {
-        std::size_t happened = 2;
+    const auto& [scenario, first] = GetParam();
+    const int stride = stressChildren() < 40 ? 5 : LATER_STEPS; // the first event is tried before every step
+    for (const Action& second : {SIGNAL_TO_HELPER, SIGNAL_TO_MAIN}) {
+        if (first.run == END_OF_PROCESS.run && second.run == SIGNAL_TO_MAIN.run) {
+            continue; // a main thread that ends the process takes no action
+        }
         int firstStep = 0;
-        while (happened > 0) {
+        for (int happened = 2; happened > 0;) {
             ++firstStep;
             happened = 2;
             for (int secondStep = firstStep; happened == 2; secondStep += stride) {
                 plannedEvents = {{firstStep, first}, {secondStep, second}};
                 const auto passes = [&happened](int status) {
-                    happened = static_cast<std::size_t>(WEXITSTATUS(status) - PASSED);
-                    return WIFEXITED(status) && happened <= plannedEvents.size();
+                    happened = WEXITSTATUS(status) - PASSED;
+                    return WIFEXITED(status) && happened >= 0 && happened <= 2;
                 };
-                ASSERT_EXIT(runInThisProcess(scenario.run), passes, "")
-                    << scenario.name << ": " << first.name << " before step " << firstStep << ", " << second.name
-                    << " before step " << secondStep;
+                ASSERT_EXIT(runTry(scenario), passes, "") << first.name << " before step " << firstStep << ", "
+                                                          << second.name << " before step " << secondStep;
             }
         }
-        ASSERT_GT(firstStep, 5) << "every scenario has five steps at least";
+        ASSERT_GT(firstStep, 5) << "each scenario has five steps at least";
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    EveryStep, EndingTest,
-    testing::Combine(testing::ValuesIn(SCENARIOS),
-                     testing::Values(SIGNAL_TO_HELPER, SIGNAL_TO_MAIN, END_OF_PROCESS, FORK_BY_MAIN)),
-    []X);
+const auto FIRST_EVENTS = testing::Values(SIGNAL_TO_HELPER, SIGNAL_TO_MAIN, END_OF_PROCESS, FORK_BY_MAIN);
+const auto nameOf = [](const auto& tried) {
+    return std::get<0>(tried.param).name + std::string("_") + std::get<1>(tried.param).name;
+};
+INSTANTIATE_TEST_SUITE_P(EveryStep, EndingTest, testing::Combine(testing::ValuesIn(SCENARIOS), FIRST_EVENTS), nameOf);
