@@ -31,8 +31,14 @@ struct Action {
 
 struct RequestGivesUp {}; // thrown to leave Application::exit()
 
+// SIGUSR2 is blocked in every thread from its start. A holder of the mutex blocks SIGUSR1 also, because a program's
+// handler could wait there, but not SIGSEGV, which is fatal where it is blocked.
+constexpr auto WATCHED = {SIGINT, SIGTERM, SIGUSR1, SIGUSR2, SIGSEGV};
+constexpr auto AT_THE_START = {SIGUSR2}, ACROSS_FORK = {SIGINT, SIGTERM, SIGUSR2},
+               IN_HOLDER = {SIGINT, SIGTERM, SIGUSR1, SIGUSR2};
+
 constexpr int PASSED = 10; // the exit status of a try, plus the number of events that happened
-constexpr int CODE_OF_SCENARIO = 5, CODE_FOR_LOOP = 7, INTERRUPTED_ERRNO = 4711;
+constexpr int CODE_OF_SCENARIO = 5, CODE_FOR_LOOP = 7, SIGNAL_BASE = 130, INTERRUPTED_ERRNO = 4711;
 
 // Written by the test, before the process of a try exists.
 std::vector<std::pair<int, Action>> plannedEvents; // with the step before which each happens
@@ -61,10 +67,8 @@ int storedCode = 0; // that of the last request
 
 // Written and read by each thread for itself.
 thread_local bool isHelper = false, holdsMutex = false;
-thread_local int runningHandlers = 0;
-thread_local int requestedCode = 0;     // by the request or the handler that runs; 0 if neither does
-thread_local int signalsWhenLocked = 0; // when the loop locked
-thread_local int codeWhenUnlocked = 0;  // when the loop unlocked
+thread_local int requestedCode = 0; // by the handler or the request that runs; 0 if neither does
+thread_local int signalsWhenLocked = 0, codeWhenLocked = 0; // when the loop had locked last
 
 void require(bool holds, const char* promise)
 {
@@ -102,14 +106,12 @@ void endProcess()
     std::exit(EXIT_SUCCESS);
 }
 
-// For the helper, which does not return to its scenario.
-[[noreturn]] void waitForTheEnd()
+// The helper does not return to its scenario. No effect on a main thread that ends the process already.
+void letMainEndTheProcess()
 {
     helperIsThrough = true;
-    runOnMainThread(endProcess); // no effect if that runs already
-    while (true) {
-        std::this_thread::sleep_for(std::chrono::seconds(1));
-    }
+    runOnMainThread(endProcess);
+    waitUntil([] { return false; });
 }
 
 void step(const char* call)
@@ -129,45 +131,27 @@ void step(const char* call)
     }
 }
 
-bool isBlocked(int signal)
+// Whether these are blocked, and no others of those that the tries watch.
+bool signalsAreBlocked(std::initializer_list<int> expected)
 {
     sigset_t mask;
     pthread_sigmask(SIG_BLOCK, nullptr, &mask);
-    return sigismember(&mask, signal) == 1;
-}
-
-// SIGUSR2 is blocked in every thread from its start, so the library must not unblock it.
-bool signalsAreBlockedForFork()
-{
-    return isBlocked(SIGINT) && isBlocked(SIGTERM) && isBlocked(SIGUSR2);
-}
-
-// A program's handler of SIGUSR1 may stop the holder and wait. SIGSEGV is fatal where it is blocked.
-bool signalsAreBlockedForHolder()
-{
-    return signalsAreBlockedForFork() && isBlocked(SIGUSR1) && !isBlocked(SIGSEGV);
-}
-
-bool maskIsRestored()
-{
-    return !isBlocked(SIGINT) && !isBlocked(SIGTERM) && !isBlocked(SIGUSR1) && isBlocked(SIGUSR2);
+    const auto isBlocked = [&mask](int signal) { return sigismember(&mask, signal) == 1; };
+    return std::count_if(WATCHED.begin(), WATCHED.end(), isBlocked) == static_cast<int>(expected.size()) &&
+           std::all_of(expected.begin(), expected.end(), isBlocked);
 }
 
 void handle(int signal)
 {
-    ++runningHandlers;
-    if (inForkedChild) {
-        require(Application::HasApplicationTerminated, "the child of a fork keeps the flag");
-        require(recordIsGone || brindle::LoopQueue::waiting(*Record::impl().condVar) == 0,
-                "the child of a fork begins with an empty queue");
-    }
-    const int interruptedRequest = std::exchange(requestedCode, signal + 130);
+    require(!inForkedChild || Application::HasApplicationTerminated, "the child of a fork keeps the flag");
+    require(!inForkedChild || recordIsGone || brindle::LoopQueue::waiting(*Record::impl().condVar) == 0,
+            "the child of a fork begins with an empty queue");
+    const int interruptedRequest = std::exchange(requestedCode, signal + SIGNAL_BASE);
     errno = INTERRUPTED_ERRNO;
     Record::application_exit_signal(signal);
     require(errno == INTERRUPTED_ERRNO, "the handler restores errno");
     require(Application::HasApplicationTerminated, "the handler sets the flag, even where the gate is closed");
     requestedCode = interruptedRequest;
-    --runningHandlers;
 }
 
 void takeSignal()
@@ -181,7 +165,7 @@ void afterForkInChild()
 {
     alarm(SECONDS_TO_A_HANG);
     inForkedChild = true;
-    require(signalsAreBlockedForFork() && !holdsMutex, "a fork has SIGINT and SIGTERM blocked, and holds no mutex");
+    require(signalsAreBlocked(ACROSS_FORK) && !holdsMutex, "a fork has SIGINT and SIGTERM blocked, and holds no mutex");
     storedCode = Record::impl().exitCode; // the helper may have held the mutex
     Application::HasApplicationTerminated = true;
     raise(SIGINT);
@@ -190,8 +174,8 @@ void afterForkInChild()
 void forkHere()
 {
     const pid_t child = fork();
+    require(signalsAreBlocked(AT_THE_START), "parent and child of a fork have the mask that was there before");
     if (child == 0) {
-        require(maskIsRestored(), "the child of a fork takes signals");
         if (recordIsGone) {
             _exit(PASSED);
         }
@@ -200,7 +184,6 @@ void forkHere()
     }
     int status = -1;
     waitpid(child, &status, 0);
-    require(maskIsRestored(), "the parent of a fork has its mask restored");
     require(WIFEXITED(status) && WEXITSTATUS(status) == PASSED, "the child of a fork can end");
 }
 
@@ -222,14 +205,18 @@ void endTheTry()
 void runLoop()
 {
     const int code = Application::app().runEventLoop();
-    require(code != 0 && code == codeWhenUnlocked, "the loop returns the code of the last request before it unlocked");
+    require(code != 0 && code == codeWhenLocked, "the loop returns the code of the last request before it locked");
     require(!Application::HasApplicationTerminated || signals > 0 || processEnds, "only a signal sets the flag");
 }
 
 void request(int code)
 {
     requestedCode = code;
-    Application::app().exit(code);
+    try {
+        Application::app().exit(code);
+    } catch (const RequestGivesUp&) {
+        // A signal has released the loop.
+    }
     requestedCode = 0;
 }
 
@@ -251,8 +238,8 @@ void request(int code)
         isHelper = true;
         step("scenario");
         scenario.run();
-        require(maskIsRestored(), "the scenario ends with the mask that it began with");
-        waitForTheEnd();
+        require(signalsAreBlocked(AT_THE_START), "the scenario ends with the mask that it began with");
+        letMainEndTheProcess();
     }).detach();
     while (true) {
         waitUntil([] { return actionForMain != nullptr; });
@@ -271,7 +258,7 @@ int pthread_sigmask(int how, const sigset_t* set, sigset_t* old) noexcept
     if (set != nullptr) {
         step("pthread_sigmask");
         errno = 0; // the handler must restore it
-        if (!isHelper && processEnds && runningHandlers == 0) {
+        if (!isHelper && processEnds && requestedCode == 0) {
             raise(SIGINT); // must find the gate closed
         }
     }
@@ -286,8 +273,8 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
     }
     step("pthread_mutex_lock");
     require(!recordIsGone, "no thread locks after the record is gone");
-    require(signalsAreBlockedForHolder(), "a thread that locks has its signals blocked");
-    require(isHelper || !processEnds || runningHandlers == 0, "the end of the process closes the gate first");
+    require(signalsAreBlocked(IN_HOLDER), "a thread that locks has its signals blocked");
+    require(isHelper || !processEnds || requestedCode == 0, "the end of the process closes the gate first");
     mainWaitsForMutex = !isHelper;
     real(mutex);
     mainWaitsForMutex = false;
@@ -296,6 +283,7 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
     allocations::untilFailure = 1; // the holder must not allocate
     if (requestedCode == 0) {
         signalsWhenLocked = signals;
+        codeWhenLocked = storedCode;
     }
     return 0;
 }
@@ -307,14 +295,11 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
         return real(mutex);
     }
     step("pthread_mutex_unlock");
-    require(!recordIsGone, "no thread unlocks after the record is gone");
-    require(signalsAreBlockedForHolder() && holdsMutex,
+    require(signalsAreBlocked(IN_HOLDER) && holdsMutex,
             "a thread that unlocks is the holder, with its signals blocked");
-    require(runningHandlers == 0 || Application::HasApplicationTerminated,
+    require(requestedCode < SIGNAL_BASE || Application::HasApplicationTerminated,
             "the flag is set before the loop can return");
-    if (requestedCode == 0) {
-        codeWhenUnlocked = storedCode;
-    } else {
+    if (requestedCode != 0) {
         storedCode = requestedCode;
     }
     require(Record::impl().exitCode == storedCode, "a request stores its code, whether or not it finds a loop");
@@ -341,17 +326,13 @@ int sem_wait(sem_t* semaphore)
     int tokens = 0;
     sem_getvalue(semaphore, &tokens);
     if (tokens == 0) {
-        require(maskIsRestored(), "the loop sleeps with the mask of its caller");
+        require(signalsAreBlocked(AT_THE_START), "the loop sleeps with the mask of its caller");
         if (signals == signalsWhenLocked) {
-            try {
-                request(CODE_FOR_LOOP);
-            } catch (const RequestGivesUp&) {
-                requestedCode = 0;
-            }
+            request(CODE_FOR_LOOP);
         }
         sem_getvalue(semaphore, &tokens);
         if (tokens == 0 && processEnds) {
-            waitForTheEnd(); // the gate is closed to all that could release the loop
+            letMainEndTheProcess(); // the gate is closed to all that could release the loop
         }
         require(tokens == 1, "a signal or request releases the loop once");
     }
@@ -367,7 +348,7 @@ int clock_nanosleep(clockid_t, int, const timespec*, timespec*)
         throw RequestGivesUp();
     }
     if (!recordIsGone) {
-        waitForTheEnd();
+        letMainEndTheProcess();
     }
     return 0; // the next attempt must find the gate closed and return
 }
@@ -406,10 +387,10 @@ TEST_P(EndingTest, SucceedsWithEventsBeforeAnyTwoSteps)
 {
     const auto& [scenario, first] = GetParam();
     const int stride = stressChildren() < 40 ? 5 : LATER_STEPS; // the first event is tried before every step
-    for (const Action& second : {SIGNAL_TO_HELPER, SIGNAL_TO_MAIN}) {
-        if (first.run == END_OF_PROCESS.run && second.run == SIGNAL_TO_MAIN.run) {
-            continue; // a main thread that ends the process takes no action
-        }
+    // A main thread that ends the process takes no action.
+    const auto secondEvents =
+        first.run == END_OF_PROCESS.run ? std::vector{SIGNAL_TO_HELPER} : std::vector{SIGNAL_TO_HELPER, SIGNAL_TO_MAIN};
+    for (const Action& second : secondEvents) {
         int firstStep = 0;
         for (int happened = 2; happened > 0;) {
             ++firstStep;
