@@ -78,8 +78,7 @@ void require(bool holds, const char* promise)
     }
 }
 
-template <typename Condition>
-void waitUntil(Condition condition)
+void waitUntil(bool (*condition)())
 {
     while (!condition()) {
         std::this_thread::sleep_for(std::chrono::microseconds(1));
@@ -295,10 +294,8 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
         return real(mutex);
     }
     step("pthread_mutex_unlock");
-    require(signalsAreBlocked(IN_HOLDER) && holdsMutex,
-            "a thread that unlocks is the holder, with its signals blocked");
-    require(requestedCode < SIGNAL_BASE || Application::HasApplicationTerminated,
-            "the flag is set before the loop can return");
+    require(signalsAreBlocked(IN_HOLDER) && holdsMutex, "a thread that unlocks has the mutex and its signals blocked");
+    require(requestedCode < SIGNAL_BASE || Application::HasApplicationTerminated, "the handler sets the flag in time");
     if (requestedCode != 0) {
         storedCode = requestedCode;
     }
@@ -343,8 +340,7 @@ int sem_wait(sem_t* semaphore)
 int clock_nanosleep(clockid_t, int, const timespec*, timespec*)
 {
     step("clock_nanosleep");
-    if (requestedCode == CODE_FOR_LOOP) {
-        require(signals > signalsWhenLocked, "a request finds the queued loop, unless a signal comes first");
+    if (requestedCode == CODE_FOR_LOOP) { // it found no loop, so sem_wait() requires that a signal has released that
         throw RequestGivesUp();
     }
     if (!recordIsGone) {
