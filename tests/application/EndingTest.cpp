@@ -294,6 +294,7 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
         return real(mutex);
     }
     step("pthread_mutex_unlock");
+    require(!recordIsGone, "no thread holds the mutex when the record is destroyed");
     require(signalsAreBlocked(IN_HOLDER) && holdsMutex, "a thread that unlocks has the mutex and its signals blocked");
     require(requestedCode < SIGNAL_BASE || Application::HasApplicationTerminated, "the handler sets the flag in time");
     if (requestedCode != 0) {
