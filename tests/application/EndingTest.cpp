@@ -1,9 +1,10 @@
-// Does anything go wrong on the way to the end of a program, whatever comes between two of its steps?
+// Tries every timing of signals, requests, forks and the end of the process around a program's event loop.
 //
-// A helper thread takes a road: it waits in the loop, makes a request, or runs the handler. The calls that the library makes
-// there pass through stand-ins, which hold every thread to the rules. Before a chosen step of the helper something happens:
-// a signal to it; or the main thread gets a signal, forks, or ends the process, as far as it can while the helper waits.
-// Every step is tried, in a process of its own. One thread moves at a time, so nothing is left to chance.
+// A helper thread runs a scenario: it waits in the loop, requests the exit, or takes a signal. A step is a call of the
+// helper that this file interposes. Two events happen, each before one chosen step: the helper takes a signal; or the
+// main thread takes a signal, forks, or ends the process, and gets as far as it can while the helper waits for it.
+// Each pair of steps is tried in a process of its own. One thread runs at a time, so a try can be repeated. The
+// interposed calls require what must hold at each step. A failed try prints its steps; SIGALRM ends one that hangs.
 
 #include "StandIns.hpp"
 #include "application/ApplicationImpl.hpp"
@@ -19,124 +20,231 @@
 #include <unistd.h>
 
 using brindle::Application;
-using brindle::threads::WaiterQueue;
 using Record = Application::ApplicationImpl;
-using Happening = void (*)();
 
 namespace {
 
-constexpr int ENDED = 10; // a child's status, with the number of events added
+struct Action {
+    const char* name;
+    void (*run)();
+};
 
-enum class Call { OTHER, LOCK, UNLOCK } nextCall = Call::OTHER; // of the helper
+struct RequestGivesUp {}; // thrown to leave Application::exit()
 
-std::vector<std::pair<int, Happening>> events; // and the steps before which they happen
-std::size_t happened = 0;
-int steps = 0, signals = 0, signalsBeforeLock = 0, pauses = 0, codeAtUnlock = 0, codeForTheLoop = 0;
+// SIGUSR2 is blocked in every thread from its start. A holder of the mutex blocks SIGUSR1 also, because a program's
+// handler could wait there, but not SIGSEGV, which is fatal where it is blocked.
+constexpr auto WATCHED = {SIGINT, SIGTERM, SIGUSR1, SIGUSR2, SIGSEGV};
+constexpr auto AT_THE_START = {SIGUSR2}, ACROSS_FORK = {SIGINT, SIGTERM, SIGUSR2},
+               IN_HOLDER = {SIGINT, SIGTERM, SIGUSR1, SIGUSR2};
+
+constexpr int PASSED = 10; // the exit status of a try, plus the number of events that happened
+constexpr int CODE_OF_SCENARIO = 5, CODE_FOR_LOOP = 7, SIGNAL_BASE = 130, INTERRUPTED_ERRNO = 4711;
+
+// Written by the test, before the process of a try exists.
+std::vector<std::pair<int, Action>> plannedEvents; // with the step before which each happens
+
+// Written by the helper.
+int steps = 0, pauses = 0;
+std::atomic<bool> helperIsThrough = false;
+
+// Written by the main thread.
 pthread_mutex_t* applicationMutex = nullptr;
-thread_local int handlers = 0, holding = 0; // running on this thread; whether it holds the mutex
-thread_local int codeAskedFor = 0;          // by the request that runs on this thread, if one does
-bool inLoop = false, inForkedChild = false, mayNap = true, mayLock = true;
-bool triesOnce = false;                                     // a request gives up after its first attempt
-bool childHasTakenSignal = false, childRunsItsLoop = false; // that of a fork
-struct FoundNoLoop {};                                      // thrown by a request that gives up
-std::atomic<pthread_t> helper = {};
-std::atomic<Happening> deed = nullptr;                                                            // for the main thread
-std::atomic<int> mainIsBusy{}, mainWaits{}, naps{}, exiting{}, recordIsGone{}, helperIsThrough{}; // 0, or true
+bool inForkedChild = false;
+std::atomic<int> naps = 0; // in the destructor of the record
+std::atomic<bool> processEnds = false, recordIsGone = false;
 
-void demand(bool kept, const char* promise)
+// Written by both threads, to hand an action to the main thread and to see how far it gets.
+std::atomic<void (*)()> actionForMain = nullptr;
+std::atomic<int> unfinishedActions = 0;
+std::atomic<bool> mainWaitsForMutex = false;
+
+// Written by the thread on which an event happens.
+int eventsThatHappened = 0;
+std::atomic<int> signals = 0;
+
+// Written by the holder of the mutex.
+int storedCode = 0; // that of the last request
+
+// Written and read by each thread for itself.
+thread_local bool isHelper = false, holdsMutex = false;
+thread_local int requestedCode = 0; // by the handler or the request that runs; 0 if neither does
+thread_local int signalsWhenLocked = 0, codeWhenLocked = 0; // when the loop had locked last
+
+void require(bool holds, const char* promise)
 {
-    if (!kept) {
-        dprintf(STDERR_FILENO, "broken before step %d: %s\n", steps, promise);
+    if (!holds) {
+        dprintf(STDERR_FILENO, "BROKEN in the %s thread: %s\n", isHelper ? "helper" : "main", promise);
         _exit(EXIT_FAILURE);
     }
 }
 
-bool isHelper()
-{
-    return pthread_equal(pthread_self(), helper) != 0;
-}
-
-template <typename Condition>
-void await(Condition condition)
+void waitUntil(bool (*condition)())
 {
     while (!condition()) {
         std::this_thread::sleep_for(std::chrono::microseconds(1));
     }
 }
 
-void letMain(Happening act)
+// Until the main thread is done, or needs the helper to go on: for the mutex, or to leave the gate. A second nap shows
+// that the destructor has looked again.
+void waitForMain()
 {
-    mainIsBusy = true;
-    deed = act;
-    await([] { return !mainIsBusy || mainWaits || naps > 1 || recordIsGone; });
+    waitUntil([] { return unfinishedActions == 0 || (mainWaitsForMutex && holdsMutex) || naps > 1 || recordIsGone; });
+}
+
+void runOnMainThread(void (*action)())
+{
+    ++unfinishedActions;
+    actionForMain = action;
+    waitForMain();
 }
 
 void endProcess()
 {
-    mayLock = nextCall != Call::OTHER || inLoop; // the helper is inside
-    mayNap = nextCall == Call::LOCK || (mayLock && WaiterQueue::count(*Record::impl().condVar) == 0);
-    exiting = true;
+    processEnds = true;
     std::exit(EXIT_SUCCESS);
 }
 
-[[noreturn]] void stay()
+// The helper does not return to its scenario. No effect on a main thread that ends the process already.
+void letMainEndTheProcess()
 {
     helperIsThrough = true;
-    letMain(endProcess);
-    await([] { return false; });
-    std::abort();
+    runOnMainThread(endProcess);
+    waitUntil([] { return false; });
 }
 
-void step(Call call = Call::OTHER)
+void step(const char* call)
 {
-    if (isHelper()) {
-        nextCall = call;
-        const int now = ++steps;
-        while (happened < events.size() && events[happened].first == now) {
-            events[happened++].second();
+    if (!isHelper) {
+        return;
+    }
+    ++steps;
+    dprintf(STDERR_FILENO, "step %d: %s\n", steps, call);
+    const int now = steps; // an event may take further steps
+    for (const auto& [when, event] : plannedEvents) {
+        if (when == now) {
+            ++eventsThatHappened;
+            dprintf(STDERR_FILENO, "before it: %s\n", event.name);
+            event.run();
         }
     }
-    demand(call == Call::OTHER || !recordIsGone, "the record is there while it is used");
 }
 
-bool isBlocked(int signal)
+// Whether these are blocked, and no others of those that the tries watch.
+bool signalsAreBlocked(std::initializer_list<int> expected)
 {
-    sigset_t now;
-    pthread_sigmask(SIG_BLOCK, nullptr, &now);
-    return sigismember(&now, signal) == 1;
+    sigset_t mask;
+    pthread_sigmask(SIG_BLOCK, nullptr, &mask);
+    const auto isBlocked = [&mask](int signal) { return sigismember(&mask, signal) == 1; };
+    return std::count_if(WATCHED.begin(), WATCHED.end(), isBlocked) == static_cast<int>(expected.size()) &&
+           std::all_of(expected.begin(), expected.end(), isBlocked);
 }
 
-// Whether SIGINT and SIGTERM are both blocked, or neither; and SIGUSR2 still is, as from the beginning.
-bool masked(bool both)
+void handle(int signal)
 {
-    return isBlocked(SIGINT) == both && isBlocked(SIGTERM) == both && isBlocked(SIGUSR2);
+    require(!inForkedChild || Application::HasApplicationTerminated, "the child of a fork keeps the flag");
+    require(!inForkedChild || recordIsGone || brindle::threads::WaiterQueue::count(*Record::impl().condVar) == 0,
+            "the child of a fork begins with an empty queue");
+    const int interruptedRequest = std::exchange(requestedCode, signal + SIGNAL_BASE);
+    errno = INTERRUPTED_ERRNO;
+    Record::application_exit_signal(signal);
+    require(errno == INTERRUPTED_ERRNO, "the handler restores errno");
+    require(Application::HasApplicationTerminated, "the handler sets the flag, even where the gate is closed");
+    requestedCode = interruptedRequest;
 }
 
-// A handler of the program's for SIGUSR1 may stop its thread and wait; one for SIGSEGV must run wherever it is raised.
-bool maskIsThatOfAHolder()
+void takeSignal()
 {
-    return masked(true) && isBlocked(SIGUSR1) && !isBlocked(SIGSEGV);
+    ++signals;
+    raise(signals == 1 ? SIGINT : SIGTERM);
 }
 
-bool maskIsTheThreadsOwn()
+// Runs before the library's handler, which must renew the record before it unblocks the signal.
+void afterForkInChild()
 {
-    return masked(false) && !isBlocked(SIGUSR1);
+    alarm(SECONDS_TO_A_HANG);
+    inForkedChild = true;
+    require(signalsAreBlocked(ACROSS_FORK) && !holdsMutex, "a fork has SIGINT and SIGTERM blocked, and holds no mutex");
+    storedCode = Record::impl().exitCode; // the helper may have held the mutex
+    Application::HasApplicationTerminated = true;
+    raise(SIGINT);
 }
 
-// Whether the first attempt releases a loop.
-bool tryExit(int code)
+void forkHere()
 {
-    codeAskedFor = code;
-    triesOnce = true;
-    bool released = true;
+    const pid_t child = fork();
+    require(signalsAreBlocked(AT_THE_START), "parent and child of a fork have the mask that was there before");
+    if (child == 0) {
+        if (recordIsGone) {
+            _exit(PASSED);
+        }
+        require(Application::app().runEventLoop() == CODE_FOR_LOOP, "the child of a fork can run a loop");
+        std::exit(EXIT_SUCCESS);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    require(WIFEXITED(status) && WEXITSTATUS(status) == PASSED, "the child of a fork can end");
+}
+
+// The exit handler that runs last.
+void endTheTry()
+{
+    recordIsGone = true;
+    if (inForkedChild) {
+        _exit(PASSED);
+    }
+    raise(SIGINT); // must not use the record
+    waitUntil([] { return helperIsThrough.load(); });
+    if (eventsThatHappened < 2) {
+        forkHere();
+    }
+    _exit(PASSED + eventsThatHappened);
+}
+
+void runLoop()
+{
+    const int code = Application::app().runEventLoop();
+    require(code != 0 && code == codeWhenLocked, "the loop returns the code of the last request before it locked");
+    require(!Application::HasApplicationTerminated || signals > 0 || processEnds, "only a signal sets the flag");
+}
+
+void request(int code)
+{
+    requestedCode = code;
     try {
         Application::app().exit(code);
-    } catch (const FoundNoLoop&) {
-        released = false;
+    } catch (const RequestGivesUp&) {
+        // A signal has released the loop.
     }
-    triesOnce = false;
-    codeAskedFor = 0;
-    return released;
+    requestedCode = 0;
+}
+
+[[noreturn]] void runTry(const Action& scenario)
+{
+    alarm(SECONDS_TO_A_HANG);
+    std::atexit(endTheTry); // before the record exists, so that it runs after the record's destructor
+    pthread_atfork(nullptr, nullptr, afterForkInChild);
+    int argc = 0;
+    char* argv[] = {nullptr};
+    Application::app().init(&argc, argv, nullptr);
+    std::signal(SIGINT, handle);
+    std::signal(SIGTERM, handle);
+    applicationMutex = Record::impl().mutex.get();
+    sigset_t blockedFromTheStart = {};
+    sigaddset(&blockedFromTheStart, SIGUSR2);
+    pthread_sigmask(SIG_BLOCK, &blockedFromTheStart, nullptr);
+    std::thread([&scenario] {
+        isHelper = true;
+        step("scenario");
+        scenario.run();
+        require(signalsAreBlocked(AT_THE_START), "the scenario ends with the mask that it began with");
+        letMainEndTheProcess();
+    }).detach();
+    while (true) {
+        waitUntil([] { return actionForMain != nullptr; });
+        actionForMain.exchange(nullptr)();
+        --unfinishedActions;
+    }
 }
 
 }
@@ -147,8 +255,11 @@ int pthread_sigmask(int how, const sigset_t* set, sigset_t* old) noexcept
 {
     static auto* const real = REAL_CALL(pthread_sigmask);
     if (set != nullptr) {
-        step();
-        errno = !isHelper() && exiting && handlers == 0 ? raise(SIGINT) : 0; // which must find the gate closed
+        step("pthread_sigmask");
+        errno = 0; // the handler must restore it
+        if (!isHelper && processEnds && requestedCode == 0) {
+            raise(SIGINT); // must find the gate closed
+        }
     }
     return real(how, set, old);
 }
@@ -159,20 +270,20 @@ int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
     if (mutex != applicationMutex) {
         return real(mutex);
     }
-    step(Call::LOCK);
-    demand(maskIsThatOfAHolder() && holding == 0, "who locks has the signals blocked, and does not wait for himself");
-    demand(isHelper() || (mayLock && (!exiting || handlers == 0)), "the end closes the gate, and looks who is inside");
-    if (pthread_mutex_trylock(mutex) != 0) {
-        mainWaits = !isHelper();
-        real(mutex);
-        mainWaits = false;
+    step("pthread_mutex_lock");
+    require(!recordIsGone, "no thread locks after the record is gone");
+    require(signalsAreBlocked(IN_HOLDER), "a thread that locks has its signals blocked");
+    require(isHelper || !processEnds || requestedCode == 0, "the end of the process closes the gate first");
+    mainWaitsForMutex = !isHelper;
+    real(mutex);
+    mainWaitsForMutex = false;
+    require(Record::impl().exitCode == storedCode, "the exit code changes only with the mutex held");
+    holdsMutex = true;
+    allocations::untilFailure = 1; // the holder must not allocate
+    if (requestedCode == 0) {
+        signalsWhenLocked = signals;
+        codeWhenLocked = storedCode;
     }
-    demand(Record::impl().exitCode == codeAtUnlock, "a code is stored with the mutex held");
-    demand(!inForkedChild || childRunsItsLoop || WaiterQueue::count(*Record::impl().condVar) == 0,
-           "the child of a fork has no queue");
-    holding = 1;
-    allocations::untilFailure = 1; // the holder does not allocate
-    signalsBeforeLock = isHelper() && handlers == 0 ? signals : signalsBeforeLock;
     return 0;
 }
 
@@ -182,199 +293,121 @@ int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept
     if (mutex != applicationMutex) {
         return real(mutex);
     }
-    step(Call::UNLOCK);
-    demand(maskIsThatOfAHolder() && holding == 1, "who unlocks has the signals blocked, and the mutex");
-    demand(handlers == 0 || Application::HasApplicationTerminated, "the flag is set before the loop can return");
-    codeAtUnlock = Record::impl().exitCode;
-    demand(codeAskedFor == 0 || codeAtUnlock == codeAskedFor,
-           "a request stores its code, whether or not it finds a loop");
-    codeForTheLoop = handlers == 0 && isHelper() ? codeAtUnlock : codeForTheLoop;
+    step("pthread_mutex_unlock");
+    require(!recordIsGone, "no thread holds the mutex when the record is destroyed");
+    require(signalsAreBlocked(IN_HOLDER) && holdsMutex, "a thread that unlocks has the mutex and its signals blocked");
+    require(requestedCode < SIGNAL_BASE || Application::HasApplicationTerminated, "the handler sets the flag in time");
+    if (requestedCode != 0) {
+        storedCode = requestedCode;
+    }
+    require(Record::impl().exitCode == storedCode, "a request stores its code, whether or not it finds a loop");
     allocations::untilFailure = 0;
-    holding = 0;
+    holdsMutex = false;
     real(mutex);
-    await([] { return !isHelper() || !mainIsBusy || naps > 1 || recordIsGone; });
+    if (isHelper) {
+        waitForMain(); // it may have waited for the mutex
+    }
     return 0;
 }
 
-// Which takes a lock of the system's.
+// Takes a lock of the C library.
 int pthread_getschedparam(pthread_t thread, int* policy, sched_param* param) noexcept
 {
-    demand(holding == 0, "the holder waits for nothing else");
+    require(!holdsMutex, "the holder of the mutex waits for nothing else");
     return REAL_CALL(pthread_getschedparam)(thread, policy, param);
 }
 
+// A loop that falls asleep must have been queued. A request, as another thread could make, releases it to show that.
 int sem_wait(sem_t* semaphore)
 {
-    step();
+    step("sem_wait");
     int tokens = 0;
     sem_getvalue(semaphore, &tokens);
     if (tokens == 0) {
-        demand(maskIsTheThreadsOwn(), "who sleeps has the mask that he came with");
-        const int before = signalsBeforeLock;
-        const bool released = (childRunsItsLoop || signals == before) && tryExit(7);
+        require(signalsAreBlocked(AT_THE_START), "the loop sleeps with the mask of its caller");
+        if (signals == signalsWhenLocked) {
+            request(CODE_FOR_LOOP);
+        }
         sem_getvalue(semaphore, &tokens);
-        tokens == 0 && exiting ? stay() : void(); // nobody can release it any more
-        demand(tokens == 1 && (released || signals > before), "no request is lost");
+        if (tokens == 0 && processEnds) {
+            letMainEndTheProcess(); // the gate is closed to all that could release the loop
+        }
+        require(tokens == 1, "a signal or request releases the loop once");
     }
     return REAL_CALL(sem_wait)(semaphore);
 }
 
+// Between two attempts of exit().
+int clock_nanosleep(clockid_t, int, const timespec*, timespec*)
+{
+    step("clock_nanosleep");
+    if (requestedCode == CODE_FOR_LOOP) { // it found no loop, so sem_wait() requires that a signal has released that
+        throw RequestGivesUp();
+    }
+    if (!recordIsGone) {
+        letMainEndTheProcess();
+    }
+    return 0; // the next attempt must find the gate closed and return
+}
+
 int usleep(useconds_t time)
 {
-    demand(mayNap, "the end waits for nobody who is outside or asleep");
     int cancellation = PTHREAD_CANCEL_ENABLE;
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancellation);
-    demand(cancellation == PTHREAD_CANCEL_DISABLE, "the thread that ends the process cannot be cancelled");
+    require(cancellation == PTHREAD_CANCEL_DISABLE, "the thread that ends the process cannot be cancelled");
     ++naps;
     return REAL_CALL(usleep)(time);
 }
 
-int clock_nanosleep(clockid_t, int, const timespec*, timespec*)
-{
-    step();
-    if (triesOnce) {
-        throw FoundNoLoop();
-    }
-    return recordIsGone ? 0 : (stay(), 0); // and exit() must not ask again and again
-}
-
+// By a loop that finds the gate closed. It must pause again after a handler has run.
 int pause()
 {
-    return pauses++ == 0 ? -1 : (stay(), 0); // a signal may end it
+    helperIsThrough = pauses > 0;
+    ++pauses;
+    return -1;
 }
 }
 
-namespace {
-
-void handle(int signal)
-{
-    ++handlers;
-    demand(!inForkedChild || Application::HasApplicationTerminated, "the child of a fork keeps the flag");
-    childHasTakenSignal = inForkedChild;
-    const int interruptedCode = std::exchange(codeAskedFor, signal + 130);
-    const int interrupted = std::exchange(errno, 4711);
-    Record::application_exit_signal(signal);
-    demand(std::exchange(errno, interrupted) == 4711, "the interrupted code keeps its errno");
-    codeAskedFor = interruptedCode;
-    demand(isBlocked(signal), "what was blocked before is blocked after");
-    --handlers;
-}
-
-void interrupt()
-{
-    raise(signals++ == 0 ? SIGINT : SIGTERM);
-}
-
-// Comes before the library's handler. The signal is taken when that is through.
-void afterForkInChild()
-{
-    demand(masked(true), "the child's first signal comes when its record is in order");
-    alarm(SECONDS_TO_A_HANG);
-    inForkedChild = true;
-    codeAtUnlock = Record::impl().exitCode;
-    Application::HasApplicationTerminated = true;
-    raise(SIGINT);
-}
-
-void forkHere()
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        demand(childHasTakenSignal && maskIsTheThreadsOwn(), "the child of a fork takes signals");
-        childRunsItsLoop = !exiting;
-        demand(exiting || Application::app().runEventLoop() == 7, "the child of a fork can run a loop");
-        recordIsGone ? _exit(ENDED) : std::exit(EXIT_SUCCESS);
-    }
-    int status = -1;
-    demand(waitpid(child, &status, 0) == child && maskIsTheThreadsOwn(), "the parent keeps its own mask");
-    demand(status == ENDED << 8, "the child of a fork can end");
-}
-
-// Destroyed after the application's record.
-struct AfterTheRecord {
-    ~AfterTheRecord()
-    {
-        recordIsGone = true;
-        if (!inForkedChild) {
-            Application::HasApplicationTerminated = false;
-            raise(SIGINT);
-            demand(Application::HasApplicationTerminated, "the flag tells of late signals too");
-            await([] { return helperIsThrough.load(); });
-            happened < events.size() ? forkHere() : void();
-        }
-        _exit(ENDED + static_cast<int>(inForkedChild ? 0 : happened));
-    }
+constexpr Action SCENARIOS[] = {
+    {"Loop", runLoop}, // the longest first
+    {"Request", [] { request(CODE_OF_SCENARIO); }},
+    {"Handler", takeSignal},
 };
+constexpr Action SIGNAL_TO_HELPER = {"SignalToHelper", takeSignal};
+constexpr Action SIGNAL_TO_MAIN = {"SignalToMain", [] { runOnMainThread(takeSignal); }};
+constexpr Action END_OF_PROCESS = {"EndOfProcess", [] { runOnMainThread(endProcess); }};
+constexpr Action FORK_BY_MAIN = {"ForkByMain", [] { runOnMainThread(forkHere); }};
 
-void loop()
+class EndingTest : public testing::TestWithParam<std::tuple<Action, Action>> {};
+
+TEST_P(EndingTest, SucceedsWithEventsBeforeAnyTwoSteps)
 {
-    inLoop = true;
-    const int code = Application::app().runEventLoop();
-    inLoop = false;
-    demand(code == codeForTheLoop && (code == 7 || code == 132 || code == 145), "the loop returns what it found");
-    demand(Application::HasApplicationTerminated ? signals > 0 || exiting : code == 7, "the flag tells of signals");
-}
-
-[[noreturn]] void live(Happening road)
-{
-    alarm(SECONDS_TO_A_HANG);
-    static const AfterTheRecord destroyedLast;
-    pthread_atfork(
-        [] { demand(masked(true) && holding == 0, "who forks has both signals blocked, and not the mutex"); }, nullptr,
-        afterForkInChild);
-    int argc = 0;
-    char* argv[] = {nullptr};
-    demand(Application::app().init(&argc, argv, nullptr) == 0, "the application starts");
-    std::signal(SIGINT, handle);
-    std::signal(SIGTERM, handle);
-    applicationMutex = Record::impl().mutex.get();
-    sigset_t mark = {};
-    sigaddset(&mark, SIGUSR2);
-    pthread_sigmask(SIG_BLOCK, &mark, nullptr);
-    std::thread([road] {
-        helper = pthread_self();
-        step();
-        road();
-        demand(maskIsTheThreadsOwn(), "everybody leaves with the mask that he came with");
-        nextCall = Call::OTHER;
-        stay();
-    }).detach();
-    while (true) {
-        await([] { return deed != nullptr; });
-        deed.exchange(nullptr)();
-        mainIsBusy = deed != nullptr;
-    }
-}
-
-constexpr Happening interruptMain = [] { letMain(interrupt); }, end = [] { letMain(endProcess); },
-                    forkMeanwhile = [] { letMain(forkHere); }, request = [] {
-                        codeAskedFor = 5;
-                        Application::app().exit(5);
-                    };
-
-}
-
-class Ending : public testing::TestWithParam<std::tuple<Happening, Happening>> {};
-
-TEST_P(Ending, ComesRightWhateverComesBeforeAnyTwoSteps)
-{
-    const auto [road, first] = GetParam();
-    const int stride = stressChildren() < 40 ? 5 : LATER_STEPS; // who cannot wait meets every first step all the same
-    // While main ends the process it takes no other deed; it is interrupted at its own steps.
-    for (const Happening second : first == end ? std::vector{interrupt} : std::vector{interrupt, interruptMain}) {
-        for (int i = 1, reached = 2; reached > 0; ++i) {
-            for (int j = i; j == i || reached == 2; j += stride) {
-                events = {{i, first}, {j, second}};
-                const auto isSound = [&](int status) { // no road is shorter
-                    reached = WEXITSTATUS(status) - ENDED;
-                    return WIFEXITED(status) && reached >= (i > 5 ? 0 : 1) && reached <= 2;
+    const auto& [scenario, first] = GetParam();
+    const int stride = stressChildren() < 40 ? 5 : LATER_STEPS; // the first event is tried before every step
+    // A main thread that ends the process takes no action.
+    const auto secondEvents =
+        first.run == END_OF_PROCESS.run ? std::vector{SIGNAL_TO_HELPER} : std::vector{SIGNAL_TO_HELPER, SIGNAL_TO_MAIN};
+    for (const Action& second : secondEvents) {
+        int firstStep = 0;
+        for (int happened = 2; happened > 0;) {
+            ++firstStep;
+            happened = 2;
+            for (int secondStep = firstStep; happened == 2; secondStep += stride) {
+                plannedEvents = {{firstStep, first}, {secondStep, second}};
+                const auto passes = [&happened](int status) {
+                    happened = WEXITSTATUS(status) - PASSED;
+                    return WIFEXITED(status) && happened >= 0 && happened <= 2;
                 };
-                ASSERT_EXIT(live(road), isSound, "") << i << ", " << j;
+                ASSERT_EXIT(runTry(scenario), passes, "") << first.name << " before step " << firstStep << ", "
+                                                          << second.name << " before step " << secondStep;
             }
         }
+        ASSERT_GT(firstStep, 5) << "each scenario has five steps at least";
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Roads, Ending,
-                         testing::Combine(testing::Values(loop, request, interrupt), // the longest first
-                                          testing::Values(interrupt, interruptMain, end, forkMeanwhile)));
+const auto FIRST_EVENTS = testing::Values(SIGNAL_TO_HELPER, SIGNAL_TO_MAIN, END_OF_PROCESS, FORK_BY_MAIN);
+const auto nameOf = [](const auto& tried) {
+    return std::get<0>(tried.param).name + std::string("_") + std::get<1>(tried.param).name;
+};
+INSTANTIATE_TEST_SUITE_P(EveryStep, EndingTest, testing::Combine(testing::ValuesIn(SCENARIOS), FIRST_EVENTS), nameOf);

@@ -1,60 +1,33 @@
-// Does a process end, and each loop with a code that was asked for, under frequent signals and requests? Threads really run
-// at once here, so this is what ThreadSanitizer watches.
+// Does a process end, and does each loop return a requested code, under frequent signals and requests? Threads run at
+// the same time here, so ThreadSanitizer can watch them.
 
-#include "StandIns.hpp"
-
-#include <brindle/Application.hpp>
-
-#include <csignal>
-#include <random>
-#include <thread>
-#include <unistd.h>
+#include "stress/Storm.hpp"
 
 using brindle::Application;
 
 namespace {
 
-// A thread that does the same until the process is gone, after pauses at random.
-template <typename Action>
-pthread_t inBackground(unsigned seed, Action action)
-{
-    std::thread thread([=] {
-        for (std::minstd_rand random(seed);; action()) {
-            usleep(static_cast<useconds_t>(random() % 200));
-        }
-    });
-    const pthread_t id = thread.native_handle();
-    thread.detach();
-    return id;
-}
-
 [[noreturn]] void endInAStorm(unsigned seed)
 {
-    alarm(SECONDS_TO_A_HANG);
-    int argc = 0;
-    char* argv[] = {nullptr};
-    Application::app().init(&argc, argv, nullptr);
-    for (const pthread_t target : {pthread_self(), inBackground(seed, [] { Application::app().exit(7); })}) {
-        inBackground(seed * 2, [target] { pthread_kill(target, SIGINT); });
-        // NOLINTNEXTLINE(bugprone-bad-signal-to-kill-thread): it has a handler
-        inBackground(seed * 3, [target] { pthread_kill(target, SIGTERM); });
-    }
-    inBackground(seed * 5, [] { std::exit(EXIT_SUCCESS); });
-    while (true) { // the loop is entered, left and asleep while the record goes
+    startApplication();
+    repeatInBackground(seed, [] { Application::app().exit(7); });
+    repeatInBackground(seed * 2, [] { kill(getpid(), SIGINT); });
+    repeatInBackground(seed * 3, [] { kill(getpid(), SIGTERM); });
+    repeatInBackground(seed * 5, [] { std::exit(EXIT_SUCCESS); });
+    while (true) { // the record may be destroyed when the loop is entered, asleep or left
         const int code = Application::app().runEventLoop();
-        code == 7 || code == 132 || code == 145 ? void() : _exit(EXIT_FAILURE);
+        if (code != 7 && code != 132 && code != 145) {
+            dprintf(STDERR_FILENO, "runEventLoop() returned %d, not 7, 132 or 145\n", code);
+            _exit(EXIT_FAILURE);
+        }
     }
 }
 
 }
 
-class Storm : public testing::TestWithParam<unsigned> {};
-
-TEST_P(Storm, EndsEveryProcessAndEveryLoopWithACodeThatWasAskedFor)
+TEST(EndingStorm, EndsTheProcessAndEachLoopWithARequestedCode)
 {
-    for (unsigned seed = GetParam(); seed <= stressChildren(); seed += 2) {
+    for (unsigned seed = 1; seed <= stressChildren(); ++seed) {
         ASSERT_EXIT(endInAStorm(seed), testing::ExitedWithCode(EXIT_SUCCESS), "") << "seed " << seed;
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(OddAndEven, Storm, testing::Values(1U, 2U));
