@@ -4,7 +4,6 @@
 #include <brindle/utility/Version.hpp>
 
 #include <cstring>
-#include <gtest/gtest.h>
 #include <iomanip>
 #include <numeric>
 
@@ -19,9 +18,9 @@ TEST(Version, ReadsLevelsAsItsNaiveTwinDoes)
         const auto levels = naive::levelsOf(text);
         errno = ENOENT; // which must not pass for an error of the conversion
         if (levels) {
-            EXPECT_EQ(*levels, Version(text).getVersionLevels()) << text;
+            EXPECT_EQ(*levels, Version(text).getVersionLevels()) << testing::PrintToString(text);
         } else {
-            EXPECT_THROW(Version{text}, std::runtime_error) << text;
+            EXPECT_THROW(Version{text}, std::runtime_error) << testing::PrintToString(text);
         }
     });
 }
