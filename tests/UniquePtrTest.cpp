@@ -5,15 +5,15 @@
 TEST(UniquePtr, DeletesWhatItOwnsWhileItStillRefersToIt)
 {
     struct Owned {
-        ~Owned() { deletions += owner.get() == this ? 1 : 0; }
+        ~Owned() { deletionsWhileOwned += owner.get() == this ? 1 : 0; }
         const brindle::UniquePtr<Owned>& owner;
-        int& deletions;
+        int& deletionsWhileOwned;
     };
-    int deletions = 0;
-    brindle::UniquePtr<Owned> pointer(new Owned{pointer, deletions});
-    pointer.reset(new Owned{pointer, deletions});
-    EXPECT_EQ(1, deletions);
+    int deletionsWhileOwned = 0;
+    brindle::UniquePtr<Owned> pointer(new Owned{pointer, deletionsWhileOwned});
+    pointer.reset(new Owned{pointer, deletionsWhileOwned});
+    EXPECT_EQ(1, deletionsWhileOwned);
     pointer.clean();
-    EXPECT_EQ(2, deletions);
+    EXPECT_EQ(2, deletionsWhileOwned);
     EXPECT_EQ(nullptr, pointer.get());
 }

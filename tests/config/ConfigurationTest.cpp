@@ -65,7 +65,7 @@ TEST(Configuration, ReadsEveryShortFileAsItsNaiveTwinDoesAndClosesIt)
     close(unused);
     forEverySequence("a= \n"s, 5, [&](const std::string& content) {
         ASSERT_TRUE(configuration.readCfgFile(fileWith(content)));
-        ASSERT_EQ(naive::entriesOf(content), configuration.entries) << content;
+        ASSERT_EQ(naive::entriesOf(content), configuration.entries) << testing::PrintToString(content);
     });
     EXPECT_EQ(unused, dup(0)) << "a file is still open";
 }

@@ -4,7 +4,6 @@
 #include <brindle/utility/Version.hpp>
 
 #include <cstring>
-#include <gtest/gtest.h>
 #include <iomanip>
 #include <numeric>
 
@@ -19,36 +18,34 @@ TEST(Version, ReadsLevelsAsItsNaiveTwinDoes)
         const auto levels = naive::levelsOf(text);
         errno = ENOENT; // which must not pass for an error of the conversion
         if (levels) {
-            EXPECT_EQ(*levels, Version(text).getVersionLevels()) << text;
+            EXPECT_EQ(*levels, Version(text).getVersionLevels()) << testing::PrintToString(text);
         } else {
-            EXPECT_THROW(Version{text}, std::runtime_error) << text;
+            EXPECT_THROW(Version{text}, std::runtime_error) << testing::PrintToString(text);
         }
     });
 }
 
-TEST(Version, NamesTheLevelThatItCannotRead)
+// The message of the exception, before which errno was ENOENT.
+static std::string messageFor(const std::string& text)
 {
-    const struct {
-        const char* shows;
-        std::string text, level, reason;
-        int error; // which the message ends with; ENOENT before the call
-    } cases[] = {
-        {"a letter at once: an error from before", "v1", "v1", ", as it contains letters", ENOENT},
-        {"a letter later: no error", "1.2B.3", "2B", ", as it contains letters", 0},
-        {"the first of two wrong levels", "2147483648.x", "2147483648", "", ERANGE},
-    };
-    for (const auto& [shows, text, level, reason, error] : cases) {
-        errno = ENOENT;
-        try {
-            const Version version(text);
-            ADD_FAILURE() << shows << ": read as " << version;
-        } catch (const std::runtime_error& failure) {
-            const std::string begin = "Could not convert " + text + " to a version. The version level \"" + level;
-            EXPECT_EQ(begin + "\" cannot be converted to a number" + reason + ". Error message: " + strerror(error),
-                      failure.what())
-                << shows;
-        }
+    errno = ENOENT;
+    try {
+        return "read as " + testing::PrintToString(Version(text));
+    } catch (const std::runtime_error& failure) {
+        return failure.what();
     }
+}
+
+TEST(Version, NamesTheFirstLevelThatItCannotRead)
+{
+    const std::string letters = "\" cannot be converted to a number, as it contains letters. Error message: ";
+    const std::string number = "\" cannot be converted to a number. Error message: ";
+    EXPECT_EQ("Could not convert v1 to a version. The version level \"v1" + letters + strerror(ENOENT),
+              messageFor("v1"));
+    EXPECT_EQ("Could not convert 1.2B.v to a version. The version level \"2B" + letters + strerror(0),
+              messageFor("1.2B.v"));
+    EXPECT_EQ("Could not convert 2147483648.x to a version. The version level \"2147483648" + number + strerror(ERANGE),
+              messageFor("2147483648.x"));
 }
 
 TEST(Version, HasALevelForEachDigitOfANumber)
