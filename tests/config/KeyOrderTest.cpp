@@ -7,7 +7,7 @@
 TEST(KeyOrder, SortsWordsAsAStableSortByKeyDoes)
 {
     std::minstd_rand random;
-    for (const std::size_t count : {0, 1, 2, 31, 32, 4096}) { // fewer than 32 are not counted
+    for (const std::size_t count : {0U, 1U, 2U, 31U, 32U, 4096U}) { // fewer than 32 are not counted
         std::string text;
         std::vector<std::size_t> words;
         while (words.size() < count) { // keys share beginnings, hold zero bytes and bytes above 127, and come again
