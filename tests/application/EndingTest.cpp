@@ -337,7 +337,7 @@ int sem_wait(sem_t* semaphore)
         if (tokens == 0 && processEnds) {
             letMainEndTheProcess(); // the gate is closed to all that could release the loop
         }
-        require(tokens == 1, "a signal or request releases the loop once");
+        require(tokens == 1, "a loop that has unlocked is queued, and a signal or request releases it once");
     }
     return REAL_CALL(sem_wait)(semaphore);
 }
