@@ -6,18 +6,23 @@
 // Each pair of steps is tried in a process of its own. One thread runs at a time, so a try can be repeated. The
 // interposed calls require what must hold at each step. A failed try prints its steps; SIGALRM ends one that hangs.
 
-#include "StandIns.hpp"
 #include "application/ApplicationImpl.hpp"
+#include "support/FailingAllocator.hpp"
+#include "support/InterposedCall.hpp"
+#include "support/Stress.hpp"
 #include "threads/WaiterQueue.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <semaphore.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 
 using brindle::Application;
 using Record = Application::ApplicationImpl;
@@ -162,7 +167,7 @@ void takeSignal()
 // Runs before the library's handler, which must renew the record before it unblocks the signal.
 void afterForkInChild()
 {
-    alarm(SECONDS_TO_A_HANG);
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // a holder that hangs here would block the SIGALRM of an alarm
     inForkedChild = true;
     require(signalsAreBlocked(ACROSS_FORK) && !holdsMutex, "a fork has SIGINT and SIGTERM blocked, and holds no mutex");
     storedCode = Record::impl().exitCode; // the helper may have held the mutex
@@ -332,7 +337,7 @@ int sem_wait(sem_t* semaphore)
         if (tokens == 0 && processEnds) {
             letMainEndTheProcess(); // the gate is closed to all that could release the loop
         }
-        require(tokens == 1, "a signal or request releases the loop once");
+        require(tokens == 1, "a loop that has unlocked is queued, and a signal or request releases it once");
     }
     return REAL_CALL(sem_wait)(semaphore);
 }
