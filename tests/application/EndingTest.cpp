@@ -6,10 +6,13 @@
 // Each pair of steps is tried in a process of its own. One thread runs at a time, so a try can be repeated. The
 // interposed calls require what must hold at each step. A failed try prints its steps; SIGALRM ends one that hangs.
 
-#include "StandIns.hpp"
 #include "application/ApplicationImpl.hpp"
+#include "support/FailingAllocator.hpp"
+#include "support/InterposedCall.hpp"
+#include "support/Stress.hpp"
 #include "threads/WaiterQueue.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>

@@ -2,11 +2,12 @@
 
 // What the storms share.
 
-#include "StandIns.hpp"
+#include "support/Stress.hpp"
 
 #include <brindle/Application.hpp>
 
 #include <csignal>
+#include <gtest/gtest.h>
 #include <random>
 #include <thread>
 #include <unistd.h>
