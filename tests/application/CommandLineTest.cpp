@@ -1,5 +1,6 @@
-#include "StandIns.hpp"
 #include "StartedApplication.hpp"
+#include "support/FailingAllocator.hpp"
+#include "support/InterposedCall.hpp"
 
 #include <apr_getopt.h>
 

@@ -1,5 +1,5 @@
-#include "StandIns.hpp"
 #include "StartedApplication.hpp"
+#include "support/InterposedCall.hpp"
 
 #include <apr_general.h>
 #include <apr_getopt.h>
