@@ -46,8 +46,6 @@ int unattended;
 std::string reportedByDevice;
 Job job;
 bool alive();
-extern std::atomic<int> loopIsNext;
-extern const int signum;
 bool parsePort(const std::string& text, int& port);
 void run(const Job&);
 void work();
